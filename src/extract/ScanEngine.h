@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KeywordTable.h"
+
+class Clock;
+class EventPump;
+class ProgressBar;
+class ResultTable;
+
+// The text extraction engine: the scanners, tag stripping and the recording
+// of one file's findings as result rows. It works on the scan state of the
+// file in hand (`strScanText` and friends), which the run driver fills.
+class ScanEngine {
+public:
+    ScanEngine(EventPump& pump, ProgressBar& PBFProgress, Clock& clock);
+
+    // Scan state of the file in hand.
+    std::string strScanText;
+    std::string strCurFile;
+    int32_t lngScanPos = 0;
+    int16_t intCancel = 0;
+
+    // Options of the run that the engine reads.
+    int16_t intUseKeyword = 0;
+    bool chkStrip = false;     // "Striping html Tags" ticked
+    bool chkFileName = false;  // "FileName" ticked
+    bool chkTime = false;      // "ProcessTime" ticked
+    std::vector<std::string> arrKeyNames;
+
+    // Address scanners: each consumes one marker of strScanText.
+    std::string GetEmail();
+    std::string GetMailTo();
+    std::string GetWebSite();  // throws InvalidArgumentError (no space before "://")
+
+    // Removes the mark-up from strScanText in place.
+    void StripTags();
+
+    // Keyword scanners: the words at the record's positions after the next
+    // occurrence of its name; the second one also cuts each word where
+    // another keyword name (arrKeyNames) begins.
+    std::string GetKeywordText(const KeywordRecord& keyword);
+    std::string GetKeywordTextToNext(const KeywordRecord& keyword);
+
+    // Turns strScanText into result rows.
+    void RecordFileResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
+                           const KeywordTable& rstKeyWord);
+    void RecordKeywordResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
+                              const KeywordTable& rstKeyWord);
+
+private:
+    EventPump& pump_;
+    ProgressBar& progress_;
+    Clock& clock_;
+};
+
+// The name of a stripped-text file: the source's file name with every "."
+// removed and ".txt" appended ("index.htm" gives "indexhtm.txt").
+std::string StrippedFileName(const std::string& sourceFileName);
+
+// Writes `text` as one line plus a line break to the stripped-text file of
+// `sourcePath` inside `strStripDir`; false when it cannot be written.
+bool WriteStrippedFile(const std::string& strStripDir, const std::string& sourcePath,
+                       const std::string& text);

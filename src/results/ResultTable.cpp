@@ -1,0 +1,83 @@
+#include "ResultTable.h"
+
+#include <algorithm>
+
+namespace {
+
+char foldAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool equalIgnoringCase(const std::string& a, const std::string& b) {
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(),
+                      [](char x, char y) { return foldAscii(x) == foldAscii(y); });
+}
+
+bool lessIgnoringCase(const std::string& a, const std::string& b) {
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return static_cast<unsigned char>(foldAscii(x)) < static_cast<unsigned char>(foldAscii(y));
+    });
+}
+
+}  // namespace
+
+bool ResultTable::appendColumn(const std::string& name) {
+    for (const auto& existing : columns_) {
+        if (equalIgnoringCase(existing, name)) {
+            return false;
+        }
+    }
+    columns_.push_back(name);
+    for (auto& row : rows_) {
+        row.emplace_back();
+    }
+    ++revision_;
+    return true;
+}
+
+int ResultTable::columnIndex(const std::string& name) const {
+    for (size_t i = 0; i < columns_.size(); ++i) {
+        if (columns_[i] == name) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+size_t ResultTable::addRow() {
+    rows_.emplace_back(columns_.size());
+    ++revision_;
+    return rows_.size() - 1;
+}
+
+void ResultTable::deleteRow(size_t row) {
+    if (row < rows_.size()) {
+        rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
+        ++revision_;
+    }
+}
+
+void ResultTable::clearRows() {
+    rows_.clear();
+    ++revision_;
+}
+
+void ResultTable::setValue(size_t row, size_t column, const std::string& value) {
+    rows_[row][column] = value.size() > maxValue_ ? value.substr(0, maxValue_) : value;
+    ++revision_;
+}
+
+std::string ResultTable::value(size_t row, size_t column) const {
+    const Cell& c = rows_[row][column];
+    return c ? *c : std::string();
+}
+
+void ResultTable::sortBy(size_t column) {
+    if (column >= columns_.size()) {
+        return;
+    }
+    sortColumn_ = columns_[column];
+    std::stable_sort(rows_.begin(), rows_.end(), [column](const auto& a, const auto& b) {
+        return lessIgnoringCase(a[column].value_or(std::string()), b[column].value_or(std::string()));
+    });
+    ++revision_;
+}

@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include "ResultGridModel.h"
+#include "clsWF.h"
+
+namespace {
+
+TEST(ResultTableCreation, DuplicateColumnStopsCreationAndSetsFlag) {
+    struct Case {
+        std::vector<std::string> columns;
+        int16_t dup;
+        size_t created;
+    };
+    for (const Case& c : {Case{{"Email", "MailTo", "FileName"}, 0, 3},
+                          Case{{" a ", " a ", "FileName"}, 1, 1},
+                          Case{{"Email", "FileName", "FileName", "ProcessTime"}, 1, 2},
+                          Case{{"Email", "email"}, 1, 1}}) {
+        int16_t dup = 0;
+        clsWF wf(c.columns, dup);
+        EXPECT_EQ(dup, c.dup);
+        EXPECT_EQ(wf.rstWF->columnCount(), c.created);
+    }
+}
+
+TEST(ResultTableValues, LongValuesAreCutTo200Characters) {
+    ResultTable t;
+    t.appendColumn("Email");
+    size_t r = t.addRow();
+    t.setValue(r, 0, std::string(250, 'x'));
+    EXPECT_EQ(t.value(r, 0).size(), 200u);
+    t.setValue(r, 0, std::string(200, 'y'));
+    EXPECT_EQ(t.value(r, 0), std::string(200, 'y'));
+}
+
+TEST(ResultTableValues, UnassignedDiffersFromAssignedEmpty) {
+    ResultTable t;
+    t.appendColumn("A");
+    size_t r = t.addRow();
+    EXPECT_FALSE(t.cell(r, 0).has_value());
+    t.setValue(r, 0, "");
+    EXPECT_TRUE(t.cell(r, 0).has_value());
+    EXPECT_EQ(t.value(r, 0), "");
+}
+
+TEST(ResultTableSort, AscendingStableIgnoringCase) {
+    ResultTable t;
+    t.appendColumn("Email");
+    t.appendColumn("No");
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"b@x", "1"}, {"A@x", "2"}, {"", "3"}, {"a@x", "4"}};
+    for (const auto& [e, n] : rows) {
+        size_t r = t.addRow();
+        t.setValue(r, 0, e);
+        t.setValue(r, 1, n);
+    }
+    t.sortBy(0);
+    std::vector<std::string> order;
+    for (size_t r = 0; r < t.rowCount(); ++r) {
+        order.push_back(t.value(r, 1));
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"3", "2", "4", "1"}));
+    EXPECT_EQ(t.sortColumn(), "Email");
+}
+
+TEST(ResultTableSort, EmptyTableOnlySetsSortOrder) {
+    ResultTable t;
+    t.appendColumn("Email");
+    t.sortBy(0);
+    EXPECT_EQ(t.sortColumn(), "Email");
+    EXPECT_EQ(t.rowCount(), 0u);
+}
+
+TEST(ResultGrid, ShowsColumnsByNameAndFollowsTableChanges) {
+    auto table = std::make_shared<ResultTable>();
+    table->appendColumn("Email");
+    table->appendColumn("FileName");
+    ResultGridModel model;
+    model.setTable(table);
+    EXPECT_EQ(model.columnCount(), 2);
+    EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(), "FileName");
+    table->setValue(table->addRow(), 0, "caf\xe9@x");  // not UTF-8: shown as Latin-1
+    model.refresh();
+    ASSERT_EQ(model.rowCount(), 1);
+    EXPECT_EQ(model.data(model.index(0, 0), Qt::DisplayRole).toString(), QString::fromUtf8("café@x"));
+    model.setData(model.index(0, 1), QString::fromUtf8("é"), Qt::EditRole);
+    EXPECT_EQ(table->value(0, 1), "\xc3\xa9");
+}
+
+}  // namespace
