@@ -7,6 +7,7 @@
 
 class Clock;
 class EventPump;
+class MailHeaderParser;
 class ResultTable;
 class clsWF;
 
@@ -26,7 +27,7 @@ struct MailListOptions {
 // tables, and the result records built from them. The run driver (shell)
 // owns the file loop, messages and cancel; this class owns everything else.
 class MailList {
-public:
+  public:
     MailList(EventPump& pump, Clock& clock);
     ~MailList();
 
@@ -46,7 +47,13 @@ public:
 
     void RemoveDuplicateRecords(ResultTable& rstWF);
 
-private:
+    // The header parser of the run, with its working tables and counters.
+    MailHeaderParser& parser();
+    const MailHeaderParser& parser() const;
+    // The running number of the last record written in this run.
+    int16_t intRecordNo() const;
+
+  private:
     struct State;
     std::unique_ptr<State> state_;
 };
