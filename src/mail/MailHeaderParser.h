@@ -20,7 +20,7 @@ void RaiseCounter(int16_t& counter);
 // line feed, so a CR LF line keeps its CR. Address headers are split into
 // persons at commas, subject and sent-time headers are kept whole.
 class MailHeaderParser {
-  public:
+public:
     // Largest value a working-table field holds; longer values are cut.
     static constexpr size_t kFieldLength = 100;
 
@@ -64,7 +64,7 @@ class MailHeaderParser {
     int16_t intContentNo = 0;
     int16_t intEveryOccurrence = 0;
 
-  private:
+private:
     // Handles the header line whose name starts at `pos` in `text`. Returns
     // the position just after the line's line feed, or npos when the line
     // has no line feed (then nothing is added).

@@ -27,7 +27,7 @@ struct MailListOptions {
 // tables, and the result records built from them. The run driver (shell)
 // owns the file loop, messages and cancel; this class owns everything else.
 class MailList {
-  public:
+public:
     MailList(EventPump& pump, Clock& clock);
     ~MailList();
 
@@ -42,6 +42,13 @@ class MailList {
     // first record and removes repeats. Stops writing records after the one in
     // hand when `intCancel` becomes 1. Throws OverflowError when a 16-bit
     // counter passes 32,767.
+    //
+    // Yields once before each header name. On cancel or on an error it
+    // returns at once: what was written stays, the end-of-file deletion and
+    // the repeat removal are not made. An address header that ends in a comma
+    // (as one wrapped after a comma with bare line feeds does) leaves a
+    // negative count of characters and throws InvalidArgumentError; the
+    // driver reports it for the file and goes on.
     void ProcessMailFile(const std::string& strScanText, const std::string& strCurFile,
                          ResultTable& rstWF, const int16_t& intCancel);
 
@@ -53,7 +60,7 @@ class MailList {
     // The running number of the last record written in this run.
     int16_t intRecordNo() const;
 
-  private:
+private:
     struct State;
     std::unique_ptr<State> state_;
 };
