@@ -15,7 +15,7 @@ class ResultTable;
 // of one file's findings as result rows. It works on the scan state of the
 // file in hand (`strScanText` and friends), which the run driver fills.
 class ScanEngine {
-public:
+  public:
     ScanEngine(EventPump& pump, ProgressBar& PBFProgress, Clock& clock);
 
     // Scan state of the file in hand.
@@ -51,10 +51,36 @@ public:
     void RecordKeywordResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
                               const KeywordTable& rstKeyWord);
 
-private:
+  private:
+    // The shared body of GetEmail and GetMailTo.
+    std::string ScanAtSign();
+    // The shared body of both keyword scanners; `cutAtNames` selects the
+    // second one.
+    std::string ScanKeyword(const KeywordRecord& keyword, bool cutAtNames);
+    // The keyword names (trimmed, non-empty, one per spelling ignoring case)
+    // that a word of the second keyword scanner is cut at; brought up to date
+    // with the entries appended to arrKeyNames since the last call.
+    const std::vector<std::string>& CutNames();
+    // Turns control characters and "quot" into spaces and collapses runs of
+    // spaces, the same for both recording routines.
+    void PrepareText();
+    // Moves the progress bar a tenth of the way that is left to `end`.
+    void ProgressStep(float end = 100.0f);
+    // The script and comment loops of StripTags; false when cancelled.
+    bool RemoveBlocks(const char* open, const char* close, long closeLength);
+    // Stores one scanner value in the row and does what follows every
+    // scanner value: the progress step, the count-down of `remaining` when the
+    // value is empty. False when the run has been cancelled.
+    bool StoreScanned(ResultTable& rstWF, size_t row, size_t column, const std::string& value,
+                      int& remaining);
+    void SetScanPos(size_t zeroBasedPosition);
+
     EventPump& pump_;
     ProgressBar& progress_;
     Clock& clock_;
+    std::vector<std::string> cutNames_;
+    std::vector<std::string> cutNamesFolded_;
+    size_t cutNamesSeen_ = 0;
 };
 
 // The name of a stripped-text file: the source's file name with every "."

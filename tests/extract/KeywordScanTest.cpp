@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "EngineRig.h"
+
+namespace {
+
+struct KeywordCase {
+    const char* name;
+    std::string text;
+    KeywordRecord keyword;
+    std::string expected;
+    std::string textAfter;
+};
+
+class KeywordScanner : public ::testing::TestWithParam<KeywordCase> {};
+
+TEST_P(KeywordScanner, TakesWordsAtPositionsAndConsumesTheKeyword) {
+    EngineRig rig(GetParam().text);
+    EXPECT_EQ(rig.engine.GetKeywordText(GetParam().keyword), GetParam().expected);
+    EXPECT_EQ(rig.engine.strScanText, GetParam().textAfter);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, KeywordScanner,
+    ::testing::Values(
+        KeywordCase{"WorkedExample",
+                    "Total Price: 10 USD per unit ",
+                    {" Price: ", "1, 2"},
+                    "10 USD",
+                    "Total10 USD per unit "},
+        KeywordCase{"Absent", "nothing here ", {" Price: ", "1"}, "", "nothing here "},
+        KeywordCase{"IgnoresCase", "a PRICE: 5 ", {" price: ", "1"}, "5", "a5 "},
+        KeywordCase{"SkipsUnwantedPositions", "k a b c d e ", {"k", "2, 4"}, "b d", " a b c d e "},
+        KeywordCase{"LastWordReadsEmpty", "k one two", {"k", "1, 2"}, "one", " one two"},
+        // Each word taken goes from the rest everywhere, inside other words
+        // too, so a repeated word counts once.
+        KeywordCase{"RepeatedWordCountsOnce", "k a b a c ", {"k", "1, 2, 3"}, "a b c", " a b a c "},
+        KeywordCase{
+            "WordRemovedInsideOtherWords", "k a banana b ", {"k", "1, 2"}, "a bnn", " a banana b "},
+        KeywordCase{"NonNumberPieceCountsAsZero", "k a b c ", {"k", "x, 2"}, "", " a b c "},
+        KeywordCase{"NoNumbersGiveEmpty", "k a b ", {"k", "abc"}, "", " a b "},
+        KeywordCase{"HugePositionOverShortText", "k a b ", {"k", "1, 2, 32767"}, "a b", " a b "},
+        KeywordCase{"PositionBeyond16BitsIsCapped", "k a ", {"k", "1, 99999"}, "a", " a "},
+        KeywordCase{"EmptyNameNeverOccurs", "k a ", {"", "1"}, "", "k a "}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(KeywordScanner, RepeatedCallsWalkTheOccurrences) {
+    EngineRig rig("k: 1 x K: 2 y ");
+    const KeywordRecord keyword{"k:", "1"};
+    for (const char* expected : {"1", "2", ""}) {
+        EXPECT_EQ(rig.engine.GetKeywordText(keyword), expected);
+    }
+}
+
+struct ToNextCase {
+    std::string text;
+    std::vector<std::string> arrKeyNames;
+    std::string positions;
+    std::string first;
+    std::string second;
+};
+
+TEST(KeywordScannerToNext, StopsWhereTheNextKeywordBegins) {
+    const std::vector<std::string> names = {" Name: ", " Phone: "};
+    const std::vector<ToNextCase> cases = {
+        {"x Name: Ann Phone: 555 ", names, "1, 2", "Ann Phone:", "Ann"},
+        {"x Name: Ann PHONE: 555 ", names, "1, 2, 3", "Ann PHONE: 555", "Ann"},
+        {"x Name: AnnPhone: 555 ", names, "1, 2", "AnnPhone: 555", "Ann"},
+        {"x Name: Ann Bo Phone: 555 ", names, "2", "Bo", "Bo"},
+        {"x Name: Ann Phone: 555 ", {"", "   "}, "1, 2", "Ann Phone:", "Ann Phone:"},
+    };
+    for (const ToNextCase& c : cases) {
+        const KeywordRecord keyword{" Name: ", c.positions};
+        EngineRig first(c.text);
+        EXPECT_EQ(first.engine.GetKeywordText(keyword), c.first) << c.text;
+        EngineRig second(c.text);
+        second.engine.arrKeyNames = c.arrKeyNames;
+        EXPECT_EQ(second.engine.GetKeywordTextToNext(keyword), c.second) << c.text;
+    }
+}
+
+TEST(KeywordScannerRobustness, LongTextWithoutSpacesAndHugePositionsFinishQuickly) {
+    const auto start = std::chrono::steady_clock::now();
+    EngineRig rig("k " + std::string(1 << 20, 'x'));
+    EXPECT_EQ(rig.engine.GetKeywordText({"k", "1, 2, 32767"}), "");
+    EngineRig words("k " + std::string(1 << 20, 'x') + " y ");
+    EXPECT_EQ(words.engine.GetKeywordText({"k", "2, 32767"}), "y");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+}  // namespace
