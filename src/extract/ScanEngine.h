@@ -15,7 +15,7 @@ class ResultTable;
 // of one file's findings as result rows. It works on the scan state of the
 // file in hand (`strScanText` and friends), which the run driver fills.
 class ScanEngine {
-  public:
+public:
     ScanEngine(EventPump& pump, ProgressBar& PBFProgress, Clock& clock);
 
     // Scan state of the file in hand.
@@ -51,7 +51,7 @@ class ScanEngine {
     void RecordKeywordResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
                               const KeywordTable& rstKeyWord);
 
-  private:
+private:
     // The shared body of GetEmail and GetMailTo.
     std::string ScanAtSign();
     // The shared body of both keyword scanners; `cutAtNames` selects the
