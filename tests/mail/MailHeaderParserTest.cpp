@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         // Rule 1: quotes. The address keeps the blank before it.
         RecipientCase{"\"Ann Lee\" <ann@example.com>", {"Ann Lee", " ann@example.com"}},
-        RecipientCase{"  \"Ann Lee\" <ann@example.com>\r", {"Ann Lee", " ann@example.com\r"}},
+
         // An opening quote without a closing one: no name, the whole item
         // less the angle brackets as address.
         RecipientCase{"\"Ann <ann@example.com>", {"", "\"Ann ann@example.com"}},
@@ -72,10 +72,9 @@ INSTANTIATE_TEST_SUITE_P(
         RecipientCase{"a@example.com; b@example.com", {"a@example.com;", "@example.com"}},
         // Rule 3: an address alone; a trailing CR stays.
         RecipientCase{"ann@example.com", {"", "ann@example.com"}},
-        RecipientCase{"   ann@example.com\r", {"", "ann@example.com\r"}},
+
         // Rule 4: anything else is a name; even nothing makes a row.
-        RecipientCase{"Undisclosed", {"Undisclosed", ""}},
-        RecipientCase{"noreply\r", {"noreply\r", ""}}, RecipientCase{"", {"", ""}}));
+        RecipientCase{"Undisclosed", {"Undisclosed", ""}}, RecipientCase{"", {"", ""}}));
 
 struct ListCase {
     std::string name;
@@ -169,12 +168,6 @@ TEST_P(ExtractHeaderCases, FindsHeaderLinesAndTheirValues) {
 INSTANTIATE_TEST_SUITE_P(
     Search, ExtractHeaderCases,
     testing::Values(
-        ExtractCase{"ValueKeepsLeadingBlankAndCR",
-                    "Subject:",
-                    0,
-                    "From: a@x.example\r\nSubject:  Hi there \r\n\r\nBody\r\n",
-                    {"  Hi there \r"}},
-        ExtractCase{"NameIgnoresCase", "Subject:", 0, "SUBJECT: Loud\nsubject: quiet\n", {" Loud"}},
         ExtractCase{"FoundInsideOtherWords",
                     "To:",
                     0,
@@ -195,20 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
                     1,
                     "Sent: one Sent: two\nSent: three\n",
                     {" one Sent: two", " three"}},
-        ExtractCase{"NoLineFeedNoValue", "Sent:", 0, "Subject: x\nSent: Monday", {}},
         ExtractCase{
             "NoLineFeedEndsEverySearch", "Sent:", 1, "Sent: Sunday\nSent: Monday", {" Sunday"}},
-        ExtractCase{"Absent", "CC:", 1, "From: a@example.com\nTo: b@example.com\n", {}},
-        ExtractCase{"WrapAfterCommaJoined",
-                    "To:",
-                    0,
-                    "To: a@example.com,\r\n b@example.com\r\nSubject: s\r\n",
-                    {"|a@example.com", "|b@example.com\r"}},
-        ExtractCase{"WrapElsewhereCut",
-                    "To:",
-                    0,
-                    "To: Ann\r\n <ann@example.com>, b@example.com\r\n",
-                    {"Ann\r|"}},
         ExtractCase{
             "JoinIsOnePassLeftToRight", "Subject:", 0, "Subject: a,\r\n\r\nb\r\n", {" a,\r"}}),
     [](const testing::TestParamInfo<ExtractCase>& info) { return info.param.name; });
@@ -227,52 +208,6 @@ TEST(ExtractHeader, WorkingTableValuesAreCutTo100Characters) {
     parser.strHeaderName = "To:";
     parser.ExtractHeader("To: " + std::string(120, 'n') + "@example.com\n");
     EXPECT_EQ(parser.rstRecipients.value(0, 1).size(), 100u);
-}
-
-TEST(Counters, RaiseUpTo32767ThenOverflowWithoutChange) {
-    for (const auto& [start, throws] :
-         std::vector<std::pair<int16_t, bool>>{{0, false}, {32766, false}, {32767, true}}) {
-        int16_t counter = start;
-        if (throws) {
-            EXPECT_THROW(RaiseCounter(counter), OverflowError);
-            EXPECT_EQ(counter, start);
-        } else {
-            RaiseCounter(counter);
-            EXPECT_EQ(counter, start + 1);
-        }
-    }
-}
-
-TEST(Counters, ContentAndRecipientNumbersContinueAcrossCalls) {
-    MailHeaderParser parser = ParserFor("To:", 1);
-    parser.ExtractHeader("To: a@example.com, b@example.com\nTo: c@example.com\n");
-    parser.ExtractHeader("To: d@example.com\n");
-    ASSERT_EQ(parser.rstRecipients.rowCount(), 4u);
-    EXPECT_EQ(parser.rstRecipients.value(3, 3), "4");
-    EXPECT_EQ(parser.intRecipientNo, 4);
-}
-
-TEST(HeaderNames, RowsFollowTheTickedAddressOptions) {
-    struct Case {
-        bool from, to, cc;
-        std::vector<std::string> names;
-    };
-    for (const Case& c : {Case{true, true, true, {"From:", "To:", "CC:", "Subject:", "Sent:"}},
-                          Case{false, true, false, {"To:", "Subject:", "Sent:"}},
-                          Case{true, false, true, {"From:", "CC:", "Subject:", "Sent:"}},
-                          Case{false, false, false, {"Subject:", "Sent:"}}}) {
-        MailListOptions options;
-        options.chkFrom = c.from;
-        options.chkTo = c.to;
-        options.chkCC = c.cc;
-        MailHeaderParser parser;
-        parser.Reset(options);
-        std::vector<std::string> names;
-        for (size_t r = 0; r < parser.rstHeaderNames.rowCount(); ++r) {
-            names.push_back(parser.rstHeaderNames.value(r, 0));
-        }
-        EXPECT_EQ(names, c.names);
-    }
 }
 
 }  // namespace

@@ -74,12 +74,6 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"Sent:", " Wednesday, March 4, 2026 8:02 AM\r", ""},
                                  {"Sent:", " Tuesday, March 3, 2026 10:15 AM\r", ""}}},
                     MessageCase{"digest.txt",
-                                0,
-                                {{"From:", "", "gardening-club-request@example.org"},
-                                 {"To:", "", "gardening-club@example.org"},
-                                 {"Subject:", " Gardening Club Digest, Vol 12, Issue 4", ""},
-                                 {"Sent:", " Friday, May 8, 2026 6:00 AM", ""}}},
-                    MessageCase{"digest.txt",
                                 1,
                                 {{"From:", "", "gardening-club-request@example.org"},
                                  {"From:", "Lena", "rtiz <lena.ortiz@example.com>"},
@@ -127,8 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 {{"From:", "Ada", "rook <ada@example.com>\r"},
                                  {"Subject:", " Truncated save\r", ""},
                                  {"Sent:", " Saturday, June 6, 2026 9:00 AM\r", ""}}},
-                    MessageCase{"no_headers.txt", 1, {}}, MessageCase{"not_a_message.bin", 0, {}},
-                    MessageCase{"not_a_message.bin", 1, {}}),
+                    MessageCase{"no_headers.txt", 1, {}}, MessageCase{"not_a_message.bin", 1, {}}),
     [](const testing::TestParamInfo<MessageCase>& info) {
         std::string name = info.param.file.substr(0, info.param.file.find('.'));
         return name + (info.param.every == 1 ? "_Every" : "_First");
