@@ -1,10 +1,37 @@
 #include <QApplication>
-#include <QMainWindow>
+#include <cstring>
+#include <iostream>
+
+#include "Clock.h"
+#include "CommandLine.h"
+#include "MainForm.h"
+#include "MainWindow.h"
+#include "QtPorts.h"
+#include "QtPrompts.h"
 
 int main(int argc, char* argv[]) {
+    if (argc > 1) {
+        if (std::strcmp(argv[1], "run") == 0) {
+            return RunCommandLine(argc, argv);
+        }
+        std::cerr << "usage: gleanmark            open the main window\n"
+                     "       gleanmark run --help  process files from the command line\n";
+        return 2;
+    }
     QApplication app(argc, argv);
-    QMainWindow window;
-    window.setWindowTitle("Main Page");
+    QApplication::setApplicationName("Gleanmark");
+    QtPrompts prompts;
+    QtEventPump pump;
+    SystemClock clock;
+    DesktopLauncher launcher;
+    QtClipboard clipboard;
+    QtFocusedEditor editor;
+    MainForm form({prompts, pump, clock, launcher, clipboard, editor});
+    MainWindow window(form);
+    prompts.setParent(&window);
+    pump.beforeYield = [&window] { window.sync(); };
+    form.Form_Load();
+    window.syncAll();
     window.show();
     return app.exec();
 }

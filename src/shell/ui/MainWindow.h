@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QFileSystemModel>
+#include <QMainWindow>
+#include <map>
+#include <string>
+
+#include "ResultGridModel.h"
+
+class MainForm;
+class QTableView;
+class QTreeView;
+
+// The main window's widgets. Each widget carries its control's name as its
+// objectName, shows the state that MainForm keeps under that name, and
+// forwards the user's actions to MainForm.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+  public:
+    explicit MainWindow(MainForm& form, QWidget* parent = nullptr);
+
+    // Brings every widget whose control changed in step with the form.
+    void sync();
+    // Brings every widget in step, changed or not.
+    void syncAll();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+
+  private:
+    QWidget* buildChoosingFiles();
+    QWidget* buildChosenFiles();
+    QWidget* buildFunctionSelection();
+    QWidget* buildSettings();
+    QWidget* buildAdvancedSetting();
+    QWidget* buildRunButtons();
+    QWidget* buildProgress();
+    void buildMenus();
+    void buildToolbar();
+    QWidget* make(const std::string& name, QWidget* parent);
+    void apply(const std::string& name);
+    // Runs a user action on the form, then shows its outcome.
+    template <typename F>
+    void act(F&& action);
+
+    MainForm& form_;
+    std::map<std::string, QObject*> widgets_;
+    QFileSystemModel folders_;
+    ResultGridModel gridModel_;
+    uint64_t seenBindings_ = 0;
+    bool syncing_ = false;
+};

@@ -1,0 +1,64 @@
+#include "QtPorts.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTextEdit>
+#include <QUrl>
+
+void QtEventPump::yield() {
+    if (beforeYield) {
+        beforeYield();
+    }
+    QCoreApplication::processEvents();
+}
+
+void QtClipboard::clear() {
+    QGuiApplication::clipboard()->clear();
+}
+
+void QtClipboard::setText(const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+std::string QtClipboard::text() const {
+    return QGuiApplication::clipboard()->text().toStdString();
+}
+
+bool QtFocusedEditor::available() const {
+    QWidget* w = QApplication::focusWidget();
+    return qobject_cast<QLineEdit*>(w) || qobject_cast<QTextEdit*>(w) ||
+           qobject_cast<QPlainTextEdit*>(w);
+}
+
+std::string QtFocusedEditor::selectedText() const {
+    QWidget* w = QApplication::focusWidget();
+    if (auto* line = qobject_cast<QLineEdit*>(w)) {
+        return line->selectedText().toStdString();
+    }
+    if (auto* text = qobject_cast<QTextEdit*>(w)) {
+        return text->textCursor().selectedText().toStdString();
+    }
+    if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+        return plain->textCursor().selectedText().toStdString();
+    }
+    return {};
+}
+
+void QtFocusedEditor::replaceSelection(const std::string& text) {
+    QWidget* w = QApplication::focusWidget();
+    const QString t = QString::fromStdString(text);
+    if (auto* line = qobject_cast<QLineEdit*>(w)) {
+        line->insert(t);
+    } else if (auto* edit = qobject_cast<QTextEdit*>(w)) {
+        edit->textCursor().insertText(t);
+    } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+        plain->textCursor().insertText(t);
+    }
+}
+
+void DesktopLauncher::openDocument(const std::string& path) {
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path)));
+}
