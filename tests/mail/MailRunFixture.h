@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "Fakes.h"
 #include "MailList.h"
 #include "ResultTable.h"
@@ -15,7 +17,11 @@
 // The bytes of a message under tests/data/mail.
 inline std::string MailFixture(const std::string& name) {
     const char* root = std::getenv("GLEANMARK_TEST_DATA");
-    std::ifstream in(std::string(root ? root : "tests/data") + "/mail/" + name, std::ios::binary);
+    const std::string path = std::string(root ? root : "tests/data") + "/mail/" + name;
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        ADD_FAILURE() << "cannot read " << path;
+    }
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
