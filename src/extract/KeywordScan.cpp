@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -54,22 +55,25 @@ std::string Folded(std::string_view text) {
 }  // namespace
 
 const std::vector<std::string>& ScanEngine::CutNames() {
-    if (arrKeyNames.size() < cutNamesSeen_) {
+    // arrKeyNames normally only grows, so the names already seen are kept and
+    // only new entries are looked at; any other change starts afresh.
+    const bool grown =
+        arrKeyNames.size() >= cutNamesSource_.size() &&
+        std::equal(cutNamesSource_.begin(), cutNamesSource_.end(), arrKeyNames.begin());
+    if (!grown) {
         cutNames_.clear();
         cutNamesFolded_.clear();
-        cutNamesSeen_ = 0;
+        cutNamesSource_.clear();
     }
-    for (; cutNamesSeen_ < arrKeyNames.size(); ++cutNamesSeen_) {
-        const std::string_view name = Trim(arrKeyNames[cutNamesSeen_]);
+    for (size_t i = cutNamesSource_.size(); i < arrKeyNames.size(); ++i) {
+        cutNamesSource_.push_back(arrKeyNames[i]);
+        const std::string_view name = Trim(arrKeyNames[i]);
         if (name.empty()) {
             continue;
         }
         std::string folded = Folded(name);
-        bool known = false;
-        for (const std::string& seen : cutNamesFolded_) {
-            known = known || seen == folded;
-        }
-        if (!known) {
+        if (std::find(cutNamesFolded_.begin(), cutNamesFolded_.end(), folded) ==
+            cutNamesFolded_.end()) {
             cutNames_.emplace_back(name);
             cutNamesFolded_.push_back(std::move(folded));
         }

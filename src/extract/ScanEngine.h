@@ -31,10 +31,13 @@ public:
     bool chkTime = false;      // "ProcessTime" ticked
     std::vector<std::string> arrKeyNames;
 
-    // Address scanners: each consumes one marker of strScanText.
+    // Address scanners: each consumes one marker of strScanText. All three
+    // throw InvalidArgumentError when no space follows the marker (the
+    // recording routines append one); GetWebSite also when no space comes
+    // before "://".
     std::string GetEmail();
     std::string GetMailTo();
-    std::string GetWebSite();  // throws InvalidArgumentError (no space before "://")
+    std::string GetWebSite();
 
     // Removes the mark-up from strScanText in place.
     void StripTags();
@@ -58,8 +61,8 @@ private:
     // second one.
     std::string ScanKeyword(const KeywordRecord& keyword, bool cutAtNames);
     // The keyword names (trimmed, non-empty, one per spelling ignoring case)
-    // that a word of the second keyword scanner is cut at; brought up to date
-    // with the entries appended to arrKeyNames since the last call.
+    // that a word of the second keyword scanner is cut at, as arrKeyNames
+    // holds them now.
     const std::vector<std::string>& CutNames();
     // Turns control characters and "quot" into spaces and collapses runs of
     // spaces, the same for both recording routines.
@@ -80,7 +83,7 @@ private:
     Clock& clock_;
     std::vector<std::string> cutNames_;
     std::vector<std::string> cutNamesFolded_;
-    size_t cutNamesSeen_ = 0;
+    std::vector<std::string> cutNamesSource_;  // the arrKeyNames entries behind cutNames_
 };
 
 // The name of a stripped-text file: the source's file name with every "."

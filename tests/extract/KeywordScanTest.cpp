@@ -81,6 +81,22 @@ TEST(KeywordScannerToNext, StopsWhereTheNextKeywordBegins) {
     }
 }
 
+TEST(KeywordScannerToNext, FollowsChangesOfTheNameList) {
+    const KeywordRecord keyword{" Name: ", "1, 2"};
+    EngineRig rig;
+    for (const auto& [names, expected] :
+         std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{" Ann "}, ""},
+             {{" Ann ", " Phone: "}, ""},
+             {{" Phone: ", " Bo "}, "Ann"},
+             {{}, "Ann Phone:"},
+             {{" Name: ", " Phone: ", " Name: "}, "Ann"}}) {
+        rig.engine.strScanText = "x Name: Ann Phone: 555 ";
+        rig.engine.arrKeyNames = names;
+        EXPECT_EQ(rig.engine.GetKeywordTextToNext(keyword), expected);
+    }
+}
+
 TEST(KeywordScannerRobustness, LongTextWithoutSpacesAndHugePositionsFinishQuickly) {
     const auto start = std::chrono::steady_clock::now();
     EngineRig rig("k " + std::string(1 << 20, 'x'));
