@@ -8,7 +8,7 @@
 // Yes, replace Yes, the strip question OK, the problem dialog Ignore. Every
 // message and problem text goes to `log` followed by a line feed.
 class CliPrompts : public Prompts {
-  public:
+public:
     CliPrompts(std::ostream& log, std::string resultFile, std::string stripDir,
                std::string keywordFile)
         : log_(log),
@@ -27,7 +27,7 @@ class CliPrompts : public Prompts {
     std::optional<int> choose(const std::string& title,
                               const std::vector<std::string>& options) override;
 
-  private:
+private:
     std::ostream& log_;
     std::string resultFile_;
     std::string stripDir_;

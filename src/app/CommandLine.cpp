@@ -58,7 +58,7 @@ int Usage(const std::string& problem) {
 
 // Cancels the run when Ctrl+C was pressed, at the next yield.
 class CliPump : public EventPump {
-  public:
+public:
     explicit CliPump(int16_t*& cancel) : cancel_(cancel) {}
     void yield() override {
         if (interrupted && cancel_) {
@@ -66,17 +66,17 @@ class CliPump : public EventPump {
         }
     }
 
-  private:
+private:
     int16_t*& cancel_;
 };
 
 class NoLauncher : public Launcher {
-  public:
+public:
     void openDocument(const std::string&) override {}
 };
 
 class NoClipboard : public Clipboard, public FocusedEditor {
-  public:
+public:
     void clear() override {}
     void setText(const std::string&) override {}
     std::string text() const override { return {}; }

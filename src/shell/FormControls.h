@@ -35,7 +35,7 @@ struct Control {
 // Every control of a window by name, with a record of which ones changed
 // since the widgets were last brought in step.
 class ControlSet {
-  public:
+public:
     Control& operator[](const std::string& name) {
         dirty_.insert(name);
         return controls_.at(name);
@@ -58,7 +58,7 @@ class ControlSet {
         return out;
     }
 
-  private:
+private:
     std::map<std::string, Control> controls_;
     std::set<std::string> dirty_;
 };

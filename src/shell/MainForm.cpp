@@ -141,6 +141,7 @@ void MainForm::click(const std::string& name) {
         setCheck(name, c.value == 1 ? 0 : 1);
     } else if (kind == ControlKind::Option) {
         selectOption(name);
+        OptionClick(name);  // a user's click runs it even on the selected option
     } else {
         runHandler(name);
     }
@@ -155,12 +156,17 @@ void MainForm::setCheck(const std::string& name, int value) {
 }
 
 void MainForm::selectOption(const std::string& name) {
+    // Like any option button, the click handler runs when the option becomes
+    // selected, not when it already was.
+    const bool wasSelected = ctl(name).value == 1;
     for (const char* o : {"Option1", "Option2", "Option3", "Option4"}) {
         if (ctl(o).value != (name == o ? 1 : 0)) {
             controls[o].value = name == o ? 1 : 0;
         }
     }
-    OptionClick(name);
+    if (!wasSelected) {
+        OptionClick(name);
+    }
 }
 
 void MainForm::setSelection(const std::string& list, const std::vector<int>& selectedRows) {

@@ -55,7 +55,7 @@ const std::vector<ControlSpec>& MainControls();
 // and every handler. The window shows this state and forwards user actions;
 // the command line drives it the same way.
 class MainForm {
-  public:
+public:
     struct Ports {
         Prompts& prompts;
         EventPump& pump;
@@ -81,7 +81,7 @@ class MainForm {
     // The program (or the user) sets a check box; its handler runs when the
     // value changes.
     void setCheck(const std::string& name, int value);
-    // Selects an option button and runs its handler.
+    // Selects an option button; its handler runs when the selection changes.
     void selectOption(const std::string& name);
     // A list's selected entries (multi-select lists) and its current entry.
     void setSelection(const std::string& list, const std::vector<int>& selectedRows);
@@ -194,15 +194,15 @@ class MainForm {
     ScanEngine& engine() { return engine_; }
     bool running() const { return running_; }
 
-  private:
+private:
     class ControlProgress : public ProgressBar {
-      public:
+    public:
         ControlProgress(ControlSet& controls, const char* name)
             : controls_(controls), name_(name) {}
         float value() const override { return controls_.get(name_).progress; }
         void setValue(float value) override { controls_[name_].progress = value; }
 
-      private:
+    private:
         ControlSet& controls_;
         const char* name_;
     };

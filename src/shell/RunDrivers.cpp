@@ -362,8 +362,12 @@ void MainForm::cmdprocessmail_Click() {
         try {
             mail_->ProcessMailFile(engine_.strScanText, path, *rstWF, intCancel);
         } catch (const OverflowError& e) {
+            // A counter ran past 32,767: the run stops, keeping what it found.
             ports_.prompts.message(e.description(), Prompts::Buttons::OK, Prompts::Icon::Critical);
             break;
+        } catch (const RunError& e) {
+            reportFailure(path, e.number(), e.description(), w);
+            continue;
         }
         controls["PBFProgress"].progress = 100;
     }

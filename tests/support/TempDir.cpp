@@ -24,7 +24,9 @@ TempDir::~TempDir() {
     fs::remove_all(path_, ec);
 }
 
-std::string TempDir::file(const std::string& name) const { return (fs::path(path_) / name).string(); }
+std::string TempDir::file(const std::string& name) const {
+    return (fs::path(path_) / name).string();
+}
 
 std::string TempDir::write(const std::string& name, const std::string& bytes) const {
     fs::path p = fs::path(path_) / name;

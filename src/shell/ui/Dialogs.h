@@ -14,11 +14,11 @@ class QTreeView;
 // dialog with its result code (OK 0, Ignore 1, Ignore All 2, Cancel 3).
 class dlgMsg : public QDialog {
     Q_OBJECT
-  public:
+public:
     explicit dlgMsg(QWidget* parent = nullptr);
     int ask(const std::string& text);
 
-  private:
+private:
     QLabel* Label1_;
 };
 
@@ -26,12 +26,12 @@ class dlgMsg : public QDialog {
 // and a folder tree; OK stores the folder shown, Cancel stores nothing.
 class FrmSHD : public QDialog {
     Q_OBJECT
-  public:
+public:
     explicit FrmSHD(QWidget* parent = nullptr);
     std::optional<std::string> choose(const std::string& startFolder);
     void showFolder(const QString& path);
 
-  private:
+private:
     QFileSystemModel model_;
     QComboBox* Drive1_;
     QTreeView* Dir1_;
@@ -41,12 +41,12 @@ class FrmSHD : public QDialog {
 // The keyword entry dialog: keyword, positions and their checks on OK.
 class FrmAddNewKW : public QDialog {
     Q_OBJECT
-  public:
+public:
     FrmAddNewKW(const QString& title, const Prompts::KeywordEntry& initial,
                 Prompts::KeywordAccept accept, QWidget* parent = nullptr);
     Prompts::KeywordEntry entry() const;
 
-  private:
+private:
     QLineEdit* TxtKeyWord_;
     QLineEdit* TxtPosition_;
     Prompts::KeywordAccept accept_;

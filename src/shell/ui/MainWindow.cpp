@@ -18,6 +18,7 @@
 #include <QRadioButton>
 #include <QStyle>
 #include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -114,12 +115,15 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             auto* b = new QPushButton(caption, parent);
             connect(b, &QPushButton::clicked, this,
                     [this, name] { act([&] { form_.click(name); }); });
+            // The mouse-up work of ">>" and "Deselect" follows their click.
             if (name == "CmdAdd") {
-                connect(b, &QPushButton::released, this,
-                        [this] { act([&] { form_.CmdAdd_MouseUp(); }); });
+                connect(b, &QPushButton::released, this, [this] {
+                    QTimer::singleShot(0, this, [this] { act([&] { form_.CmdAdd_MouseUp(); }); });
+                });
             } else if (name == "CmdDele") {
-                connect(b, &QPushButton::released, this,
-                        [this] { act([&] { form_.CmdDele_MouseUp(); }); });
+                connect(b, &QPushButton::released, this, [this] {
+                    QTimer::singleShot(0, this, [this] { act([&] { form_.CmdDele_MouseUp(); }); });
+                });
             }
             w = b;
             break;

@@ -16,7 +16,7 @@ class QTreeView;
 // forwards the user's actions to MainForm.
 class MainWindow : public QMainWindow {
     Q_OBJECT
-  public:
+public:
     explicit MainWindow(MainForm& form, QWidget* parent = nullptr);
 
     // Brings every widget whose control changed in step with the form.
@@ -24,10 +24,10 @@ class MainWindow : public QMainWindow {
     // Brings every widget in step, changed or not.
     void syncAll();
 
-  protected:
+protected:
     void closeEvent(QCloseEvent* event) override;
 
-  private:
+private:
     QWidget* buildChoosingFiles();
     QWidget* buildChosenFiles();
     QWidget* buildFunctionSelection();

@@ -9,13 +9,13 @@
 // Hands control to Qt's event loop; `beforeYield` brings the widgets in step
 // with the form first, so progress shows while a run goes on.
 class QtEventPump : public EventPump {
-  public:
+public:
     void yield() override;
     std::function<void()> beforeYield;
 };
 
 class QtClipboard : public Clipboard {
-  public:
+public:
     void clear() override;
     void setText(const std::string& text) override;
     std::string text() const override;
@@ -24,7 +24,7 @@ class QtClipboard : public Clipboard {
 // The focused line or text editor of the application (the grid's cell editor
 // while a cell is being edited).
 class QtFocusedEditor : public FocusedEditor {
-  public:
+public:
     bool available() const override;
     std::string selectedText() const override;
     void replaceSelection(const std::string& text) override;
@@ -32,6 +32,6 @@ class QtFocusedEditor : public FocusedEditor {
 
 // Opens documents with the desktop's default viewer, without waiting.
 class DesktopLauncher : public Launcher {
-  public:
+public:
     void openDocument(const std::string& path) override;
 };

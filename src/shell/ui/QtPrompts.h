@@ -10,7 +10,7 @@ class FrmSHD;
 
 // The program's answers to the form's questions: real dialogs.
 class QtPrompts : public Prompts {
-  public:
+public:
     explicit QtPrompts(QWidget* parent = nullptr) : parent_(parent) {}
     ~QtPrompts() override;
     void setParent(QWidget* parent) { parent_ = parent; }
@@ -26,7 +26,7 @@ class QtPrompts : public Prompts {
     std::optional<int> choose(const std::string& title,
                               const std::vector<std::string>& options) override;
 
-  private:
+private:
     QWidget* parent_;
     // Created on first use and kept.
     dlgMsg* problemDialog_ = nullptr;
