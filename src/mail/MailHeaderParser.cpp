@@ -4,6 +4,7 @@
 
 #include "MailList.h"
 #include "RunErrors.h"
+#include "TextOps.h"
 
 namespace {
 
@@ -16,43 +17,8 @@ constexpr size_t kContentKeyword = 0;
 constexpr size_t kContent = 1;
 constexpr size_t kContentNo = 2;
 
-char FoldAscii(char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-// Position of `needle` in `text` at or after `from`, ASCII case ignored.
-size_t FindIgnoringCase(std::string_view text, std::string_view needle, size_t from) {
-    if (needle.empty()) {
-        return from <= text.size() ? from : std::string_view::npos;
-    }
-    const char first = FoldAscii(needle[0]);
-    for (size_t i = from; i + needle.size() <= text.size(); ++i) {
-        if (FoldAscii(text[i]) != first) {
-            continue;
-        }
-        size_t k = 1;
-        while (k < needle.size() && FoldAscii(text[i + k]) == FoldAscii(needle[k])) {
-            ++k;
-        }
-        if (k == needle.size()) {
-            return i;
-        }
-    }
-    return std::string_view::npos;
-}
-
-// Removes leading and trailing blanks (spaces only: tabs and a trailing CR
-// stay).
-std::string_view TrimBlanks(std::string_view s) {
-    const size_t first = s.find_first_not_of(' ');
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return s.substr(first, s.find_last_not_of(' ') - first + 1);
-}
-
 void TrimBlanksInPlace(std::string& s) {
-    s = std::string(TrimBlanks(s));
+    s = std::string(textops::Trim(s));
 }
 
 // Replaces every comma-CR-LF by a single comma in one pass from the left, as
@@ -135,7 +101,7 @@ void MailHeaderParser::ExtractHeader(const std::string& text) {
         ExtractEveryHeader();
         return;
     }
-    const size_t intHeaderPos = FindIgnoringCase(strWorkCopy_, strHeaderName, 0);
+    const size_t intHeaderPos = textops::FindNoCase(strWorkCopy_, strHeaderName, 0);
     if (intHeaderPos != std::string::npos) {
         TakeHeaderAt(strWorkCopy_, intHeaderPos);
     }
@@ -144,7 +110,7 @@ void MailHeaderParser::ExtractHeader(const std::string& text) {
 void MailHeaderParser::ExtractEveryHeader() {
     const std::string_view text = strWorkCopy_;
     while (workStart_ <= text.size()) {
-        const size_t intHeaderPos = FindIgnoringCase(text, strHeaderName, workStart_);
+        const size_t intHeaderPos = textops::FindNoCase(text, strHeaderName, workStart_);
         if (intHeaderPos == std::string_view::npos) {
             return;
         }
@@ -186,7 +152,7 @@ void MailHeaderParser::SplitRecipientList(std::string& list) {
     TrimBlanksInPlace(list);
     std::string_view rest = list;
     while (true) {
-        rest = TrimBlanks(rest);
+        rest = textops::Trim(rest);
         if (rest.empty() || rest == "\r") {
             return;
         }

@@ -9,7 +9,8 @@ std::string ProcessTimeText(const QDateTime& when) {
     const QDate d = when.date();
     const QTime t = when.time();
     char buf[32];
-    std::snprintf(buf, sizeof buf, "%s-%d-%02d %d:%02d", kMonths[static_cast<size_t>(d.month() - 1)],
-                  d.day(), d.year() % 100, t.hour(), t.minute());
+    std::snprintf(buf, sizeof buf, "%s-%d-%02d %d:%02d",
+                  kMonths[static_cast<size_t>(d.month() - 1)], d.day(), d.year() % 100, t.hour(),
+                  t.minute());
     return buf;
 }

@@ -15,7 +15,12 @@ public:
     enum class Answer { OK, Cancel, Yes, No };
 
     // Results of the problem dialog ("Message"): one code per button.
-    enum ProblemResult { ProblemOK = 0, ProblemIgnore = 1, ProblemIgnoreAll = 2, ProblemCancel = 3 };
+    enum ProblemResult {
+        ProblemOK = 0,
+        ProblemIgnore = 1,
+        ProblemIgnoreAll = 2,
+        ProblemCancel = 3
+    };
 
     struct FileDialog {
         // Pairs of description and pattern separated by "|".

@@ -2,19 +2,21 @@
 
 #include <algorithm>
 
+#include "TextOps.h"
+
 namespace {
 
-char foldAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+using textops::FoldAscii;
 
 bool equalIgnoringCase(const std::string& a, const std::string& b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](char x, char y) { return foldAscii(x) == foldAscii(y); });
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return FoldAscii(x) == FoldAscii(y);
+           });
 }
 
 bool lessIgnoringCase(const std::string& a, const std::string& b) {
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return static_cast<unsigned char>(foldAscii(x)) < static_cast<unsigned char>(foldAscii(y));
+        return static_cast<unsigned char>(FoldAscii(x)) < static_cast<unsigned char>(FoldAscii(y));
     });
 }
 
@@ -77,7 +79,8 @@ void ResultTable::sortBy(size_t column) {
     }
     sortColumn_ = columns_[column];
     std::stable_sort(rows_.begin(), rows_.end(), [column](const auto& a, const auto& b) {
-        return lessIgnoringCase(a[column].value_or(std::string()), b[column].value_or(std::string()));
+        return lessIgnoringCase(a[column].value_or(std::string()),
+                                b[column].value_or(std::string()));
     });
     ++revision_;
 }

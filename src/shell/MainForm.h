@@ -233,6 +233,9 @@ private:
     void bindGrid(const std::shared_ptr<ResultTable>& table);
     void beginRun();
     void endRun();
+    // Starts a run over the chosen files: false (window re-initialised) when
+    // there is none or the set-up refuses.
+    bool startListRun();
     void walkFolder(const std::string& folder);
     void processFolderFiles();
     std::vector<std::string> listFiles(const std::string& folder) const;

@@ -176,21 +176,25 @@ void MainForm::processList(bool keywordRun, const FrameWording& w) {
     }
 }
 
-void MainForm::CmdProcess_Click() {
+bool MainForm::startListRun() {
     beginRun();
     if (ctl("List2").items.empty()) {
         ports_.prompts.message("There is no file to be processed", Prompts::Buttons::OK,
                                Prompts::Icon::None);
-        endRun();
-        runRefused = true;
-        Form_Load();
-        return;
+    } else {
+        PrepareRun();
+        if (intSetupFailed != 1) {
+            return true;
+        }
     }
-    PrepareRun();
-    if (intSetupFailed == 1) {
-        endRun();
-        runRefused = true;
-        Form_Load();
+    endRun();
+    runRefused = true;
+    Form_Load();
+    return false;
+}
+
+void MainForm::CmdProcess_Click() {
+    if (!startListRun()) {
         return;
     }
     if (ctl("ChkStrip").value == 1) {
@@ -214,20 +218,7 @@ void MainForm::CmdProcess_Click() {
 }
 
 void MainForm::cmdprocesskey_Click() {
-    beginRun();
-    if (ctl("List2").items.empty()) {
-        ports_.prompts.message("There is no file to be processed", Prompts::Buttons::OK,
-                               Prompts::Icon::None);
-        endRun();
-        runRefused = true;
-        Form_Load();
-        return;
-    }
-    PrepareRun();
-    if (intSetupFailed == 1) {
-        endRun();
-        runRefused = true;
-        Form_Load();
+    if (!startListRun()) {
         return;
     }
     FrameWording w;

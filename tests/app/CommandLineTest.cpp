@@ -1,7 +1,7 @@
 // The command line as a process: options, exit status, output and messages.
-#include <QProcess>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <QProcess>
 
 #include <algorithm>
 #include <filesystem>
@@ -57,21 +57,23 @@ TEST_P(Usage, ExitsWithStatusTwoAndTheUsageText) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, Usage,
-    ::testing::Values(UsageCase{"UnknownOption", {"--bogus", "FILE"}, "unknown option --bogus"},
-                      UsageCase{"MissingValue", {"FILE", "--keywords"}, "missing value for --keywords"},
-                      UsageCase{"NoPath", {"--email"}, "no PATH"},
-                      UsageCase{"KeywordsAfterEmail",
-                                {"--email", "--keywords", "FILE", "FILE"},
-                                "--keywords conflicts with --email"},
-                      UsageCase{"MailOptionDisabledByWebsite",
-                                {"--website", "--mail", "FILE"},
-                                "--mail conflicts with --website"},
-                      UsageCase{"TwoProcessOptions", {"--files", "--mail", "FILE"}, "conflicting options"}),
+    ::testing::Values(
+        UsageCase{"UnknownOption", {"--bogus", "FILE"}, "unknown option --bogus"},
+        UsageCase{"MissingValue", {"FILE", "--keywords"}, "missing value for --keywords"},
+        UsageCase{"NoPath", {"--email"}, "no PATH"},
+        UsageCase{"KeywordsAfterEmail",
+                  {"--email", "--keywords", "FILE", "FILE"},
+                  "--keywords conflicts with --email"},
+        UsageCase{"MailOptionDisabledByWebsite",
+                  {"--website", "--mail", "FILE"},
+                  "--mail conflicts with --website"},
+        UsageCase{"TwoProcessOptions", {"--files", "--mail", "FILE"}, "conflicting options"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(CommandLine, WritesTheResultFileToStandardOutput) {
     TempDir dir;
-    const std::string a = dir.write("a.html", "<p>See http://a.example/x or <a href=\"mailto:ann@x.org\">Ann</a></p>");
+    const std::string a = dir.write(
+        "a.html", "<p>See http://a.example/x or <a href=\"mailto:ann@x.org\">Ann</a></p>");
     const std::string b = dir.write("b.txt", "write to bob@y.org\n");
     Result r = Gleanmark({"--website", "--mailto", "--file-name", a, b});
     EXPECT_EQ(r.status, 0) << r.err;
@@ -105,7 +107,9 @@ TEST(CommandLine, RefusedRunExitsWithStatusOne) {
     EXPECT_EQ(r.err, "There is no process setting, so the files can not be process.\n");
     r = Gleanmark({"--keywords", dir.write("empty.txt", ""), a});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "While you want to have the files processed by KeyWord, there should have KeyWord.\n");
+    EXPECT_EQ(
+        r.err,
+        "While you want to have the files processed by KeyWord, there should have KeyWord.\n");
 }
 
 TEST(CommandLine, FolderRunWithSubFolders) {
@@ -132,7 +136,8 @@ TEST(CommandLine, KeywordAndMailRuns) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "Ann Green\r\n");
 
-    const std::string msg = dir.write("m.eml", "From: ann@x.org\r\nTo: bob@y.org\r\nSubject: Hi\r\n\r\nBody\r\n");
+    const std::string msg =
+        dir.write("m.eml", "From: ann@x.org\r\nTo: bob@y.org\r\nSubject: Hi\r\n\r\nBody\r\n");
     r = Gleanmark({"--mail", "--heading", "--to", msg, card});
     EXPECT_EQ(r.status, 0) << r.err;
     // The second file has no headers, but the first file's rows are written
@@ -164,7 +169,8 @@ TEST(CommandLine, InterruptCancelsAndStillWritesWhatWasFound) {
     }
     const std::string f = dir.write("big.txt", big);
     QProcess p;
-    p.start(GLEANMARK_BIN, {"run", "--email", "--file-name", "--process-time", QString::fromStdString(f)});
+    p.start(GLEANMARK_BIN,
+            {"run", "--email", "--file-name", "--process-time", QString::fromStdString(f)});
     ASSERT_TRUE(p.waitForStarted());
     p.waitForFinished(1500);
     ASSERT_EQ(p.state(), QProcess::Running) << "the run should still be going";

@@ -335,4 +335,29 @@ TEST_F(Run, MailListRunBindsTheGrid) {
                                                      {"Sent:", " Monday\r", "", "4"}}));
 }
 
+TEST_F(Run, MailCounterOverflowIsReportedAndTheRunKeepsWhatItFound) {
+    std::string to = "To: first@x.org";
+    for (int i = 0; i < 40000; ++i) {
+        to += ", r" + std::to_string(i) + "@x.org";
+    }
+    const std::string big = write("big.eml", "From: ann@x.org\r\n" + to + "\r\nSubject: All\r\n");
+    const std::string after = write("after.eml", "From: zed@x.org\r\n");
+    form.click("Option4");
+    form.click("chkHead");
+    form.click("chkFrom");
+    form.click("chkTo");
+    choose({big, after});
+    form.click("cmdProcessAll");
+    EXPECT_EQ(prompts.texts(), std::vector<std::string>{"Overflow"});
+    ASSERT_TRUE(form.DataGrid1);
+    // The recipients overflow their counter while the "To:" header is read:
+    // the records written before it stay (the heading and the sender).
+    const auto rows = Rows(*form.DataGrid1);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[1][0], "From:");
+    EXPECT_EQ(rows[1][2], "ann@x.org\r");
+    EXPECT_FALSE(form.running());
+    EXPECT_TRUE(form.ctl("cmdProcessAll").enabled) << "the window stays usable";
+}
+
 }  // namespace

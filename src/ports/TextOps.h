@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// Byte-string helpers for the scanners. Positions are 0-based and
-// std::string::npos means "not found". Case folding touches ASCII letters only.
+// Byte-string helpers shared by the scanners, the mail parser and the tables. Positions are 0-based
+// and std::string::npos means "not found". Case folding touches ASCII letters only.
 namespace textops {
 
 char FoldAscii(char c);
