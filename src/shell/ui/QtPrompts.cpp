@@ -11,8 +11,8 @@
 #include "Dialogs.h"
 
 QtPrompts::~QtPrompts() {
-    delete problemDialog_;
-    delete stripDialog_;
+    delete problemDialog_.data();
+    delete stripDialog_.data();
 }
 
 Prompts::Answer QtPrompts::message(const std::string& text, Buttons buttons, Icon icon,

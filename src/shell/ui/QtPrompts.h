@@ -28,9 +28,10 @@ public:
 
 private:
     QWidget* parent_;
-    // Created on first use and kept.
-    dlgMsg* problemDialog_ = nullptr;
-    FrmSHD* stripDialog_ = nullptr;
+    // Created on first use and kept; owned by the window when it has one, so
+    // they are watched rather than owned here.
+    QPointer<dlgMsg> problemDialog_;
+    QPointer<FrmSHD> stripDialog_;
 };
 
 // "All Files(*.*)|*.*|Text Files(*.txt)|*.txt" as Qt name filters.
