@@ -41,6 +41,22 @@ void ScanEngine::PrepareText() {
     }
 }
 
+// Fills an "Email", "WebSite" or "MailTo" column from its scanner (other
+// columns are left alone); false when the run was cancelled.
+bool ScanEngine::StoreAddress(ResultTable& rstWF, size_t row, size_t column,
+                              const std::string& name, int& remaining) {
+    if (name == "Email") {
+        return StoreScanned(rstWF, row, column, GetEmail(), remaining);
+    }
+    if (name == "WebSite") {
+        return StoreScanned(rstWF, row, column, GetWebSite(), remaining);
+    }
+    if (name == "MailTo") {
+        return StoreScanned(rstWF, row, column, GetMailTo(), remaining);
+    }
+    return true;
+}
+
 // One row per pass: the next address of each kind and the next text of each
 // keyword side by side, until a pass in which enough of them came back empty.
 // That last pass is deleted again - it is the last row of the table, even when
@@ -59,18 +75,8 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
         for (size_t j = 0; j < arrColumns.size(); ++j) {
             pump_.yield();
             const std::string& column = arrColumns[j];
-            if (column == "Email") {
-                if (!StoreScanned(rstWF, row, j, GetEmail(), remaining)) {
-                    return;
-                }
-            } else if (column == "WebSite") {
-                if (!StoreScanned(rstWF, row, j, GetWebSite(), remaining)) {
-                    return;
-                }
-            } else if (column == "MailTo") {
-                if (!StoreScanned(rstWF, row, j, GetMailTo(), remaining)) {
-                    return;
-                }
+            if (!StoreAddress(rstWF, row, j, column, remaining)) {
+                return;
             }
             if (intUseKeyword == 1) {
                 for (const KeywordRecord& keyword : rstKeyWord.records()) {
@@ -113,18 +119,8 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
     for (size_t j = 0; j < arrColumns.size(); ++j) {
         pump_.yield();
         const std::string& column = arrColumns[j];
-        if (column == "Email") {
-            if (!StoreScanned(rstWF, row, j, GetEmail(), remaining)) {
-                return;
-            }
-        } else if (column == "WebSite") {
-            if (!StoreScanned(rstWF, row, j, GetWebSite(), remaining)) {
-                return;
-            }
-        } else if (column == "MailTo") {
-            if (!StoreScanned(rstWF, row, j, GetMailTo(), remaining)) {
-                return;
-            }
+        if (!StoreAddress(rstWF, row, j, column, remaining)) {
+            return;
         }
         for (const KeywordRecord& keyword : rstKeyWord.records()) {
             arrKeyNames.push_back(keyword.Name);

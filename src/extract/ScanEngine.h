@@ -74,6 +74,8 @@ private:
     // Stores one scanner value in the row and does what follows every
     // scanner value: the progress step, the count-down of `remaining` when the
     // value is empty. False when the run has been cancelled.
+    bool StoreAddress(ResultTable& rstWF, size_t row, size_t column, const std::string& name,
+                      int& remaining);
     bool StoreScanned(ResultTable& rstWF, size_t row, size_t column, const std::string& value,
                       int& remaining);
     void SetScanPos(size_t zeroBasedPosition);

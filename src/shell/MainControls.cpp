@@ -1,8 +1,8 @@
 #include "MainForm.h"
 
-const std::vector<ControlSpec>& MainControls() {
+const std::vector<ControlInfo>& MainControls() {
     using K = ControlKind;
-    static const std::vector<ControlSpec> specs = {
+    static const std::vector<ControlInfo> infos = {
         // Choosing Files
         {"Drive1", K::Drive, "", ""},
         {"Dir1", K::Folder, "", ""},
@@ -93,5 +93,5 @@ const std::vector<ControlSpec>& MainControls() {
         {"mnuAbout", K::MenuEntry, "About", ""},
         {"mnuContent", K::MenuEntry, "Content", ""},
     };
-    return specs;
+    return infos;
 }

@@ -27,11 +27,11 @@ MainForm::MainForm(Ports ports)
       pbf_(controls, "PBFProgress"),
       engine_(ports.pump, pbf_, ports.clock),
       mail_(std::make_unique<MailList>(ports.pump, ports.clock)) {
-    for (const ControlSpec& spec : MainControls()) {
+    for (const ControlInfo& info : MainControls()) {
         Control c;
-        c.caption = spec.caption;
-        c.tooltip = spec.tooltip;
-        controls.add(spec.name, c);
+        c.caption = info.caption;
+        c.tooltip = info.tooltip;
+        controls.add(info.name, c);
     }
     // File1 does the listing behind the scenes; List1 shows it.
     controls["File1"].visible = false;
@@ -134,7 +134,7 @@ void MainForm::click(const std::string& name) {
         return;
     }
     const auto kind =
-        std::find_if(MainControls().begin(), MainControls().end(), [&](const ControlSpec& s) {
+        std::find_if(MainControls().begin(), MainControls().end(), [&](const ControlInfo& s) {
             return name == s.name;
         })->kind;
     if (kind == ControlKind::CheckBox) {

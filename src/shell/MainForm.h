@@ -40,7 +40,7 @@ enum class ControlKind {
     MenuEntry
 };
 
-struct ControlSpec {
+struct ControlInfo {
     const char* name;
     ControlKind kind;
     const char* caption;
@@ -48,7 +48,7 @@ struct ControlSpec {
 };
 
 // The controls of the main window, in the order the window lays them out.
-const std::vector<ControlSpec>& MainControls();
+const std::vector<ControlInfo>& MainControls();
 
 // The main window's behaviour without widgets: every control's state under its
 // own name, the run flags and run state, the keyword set and the result table,
@@ -229,6 +229,10 @@ private:
     void reportNotAppropriate(const std::string& path, const FrameWording& w, bool& stopRun);
     void processFile(const std::string& path, const std::string& label, bool keywordRun,
                      const FrameWording& w, bool& stopRun);
+    // The file loop over the chosen files: yield, cancel test, progress, then
+    // `process` for each file; `process` may stop the run.
+    void forEachChosenFile(
+        const std::function<void(const std::string& path, bool& stopRun)>& process);
     void processList(bool keywordRun, const FrameWording& w);
     void bindGrid(const std::shared_ptr<ResultTable>& table);
     void beginRun();

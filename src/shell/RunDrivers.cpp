@@ -163,7 +163,8 @@ void MainForm::processFile(const std::string& path, const std::string& label, bo
     }
 }
 
-void MainForm::processList(bool keywordRun, const FrameWording& w) {
+void MainForm::forEachChosenFile(
+    const std::function<void(const std::string& path, bool& stopRun)>& process) {
     const std::vector<std::string> files = ctl("List2").items;
     bool stopRun = false;
     for (size_t i = 0; i < files.size() && !stopRun; ++i) {
@@ -172,8 +173,14 @@ void MainForm::processList(bool keywordRun, const FrameWording& w) {
             break;
         }
         controls["PBProgress"].progress = Percent(i, files.size());
-        processFile(files[i], files[i], keywordRun, w, stopRun);
+        process(files[i], stopRun);
     }
+}
+
+void MainForm::processList(bool keywordRun, const FrameWording& w) {
+    forEachChosenFile([&](const std::string& path, bool& stopRun) {
+        processFile(path, path, keywordRun, w, stopRun);
+    });
 }
 
 bool MainForm::startListRun() {
@@ -333,21 +340,13 @@ void MainForm::cmdprocessmail_Click() {
     rstWF = objWF->rstWF;
     FrameWording w;
     w.problemDialog = true;
-    const std::vector<std::string> files = ctl("List2").items;
-    bool stopRun = false;
-    for (size_t i = 0; i < files.size() && !stopRun; ++i) {
-        ports_.pump.yield();
-        if (intCancel == 1) {
-            break;
-        }
-        controls["PBProgress"].progress = Percent(i, files.size());
-        const std::string& path = files[i];
+    forEachChosenFile([&](const std::string& path, bool& stopRun) {
         if (!IsMailFileName(path)) {
             reportNotAppropriate(path, w, stopRun);
-            continue;
+            return;
         }
         if (readFile(path, path, w, stopRun) != FileText::Read) {
-            continue;
+            return;
         }
         engine_.strCurFile = path;
         try {
@@ -355,13 +354,14 @@ void MainForm::cmdprocessmail_Click() {
         } catch (const OverflowError& e) {
             // A counter ran past 32,767: the run stops, keeping what it found.
             ports_.prompts.message(e.description(), Prompts::Buttons::OK, Prompts::Icon::Critical);
-            break;
+            stopRun = true;
+            return;
         } catch (const RunError& e) {
             reportFailure(path, e.number(), e.description(), w);
-            continue;
+            return;
         }
         controls["PBFProgress"].progress = 100;
-    }
+    });
     endRun();
     bindGrid(rstWF);
     controls["cmdProcessAll"].enabled = true;

@@ -45,8 +45,8 @@ protected:
 
 TEST_F(Window, EveryControlHasAWidgetOfItsName) {
     EXPECT_EQ(window->windowTitle(), "Main Page");
-    for (const ControlSpec& spec : MainControls()) {
-        EXPECT_TRUE(window->findChild<QObject*>(spec.name)) << spec.name;
+    for (const ControlInfo& info : MainControls()) {
+        EXPECT_TRUE(window->findChild<QObject*>(info.name)) << info.name;
     }
     EXPECT_TRUE(window->findChild<QObject*>("Toolbar1"));
     EXPECT_EQ(widget<QPushButton>("CmdAdd")->toolTip(),

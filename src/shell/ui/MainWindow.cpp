@@ -28,7 +28,7 @@
 
 namespace {
 
-const ControlSpec& SpecOf(const std::string& name) {
+const ControlInfo& InfoOf(const std::string& name) {
     for (const auto& s : MainControls()) {
         if (name == s.name) {
             return s;
@@ -107,10 +107,10 @@ MainWindow::MainWindow(MainForm& form, QWidget* parent) : QMainWindow(parent), f
 }
 
 QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
-    const ControlSpec& spec = SpecOf(name);
-    const QString caption = QString::fromUtf8(spec.caption);
+    const ControlInfo& info = InfoOf(name);
+    const QString caption = QString::fromUtf8(info.caption);
     QWidget* w = nullptr;
-    switch (spec.kind) {
+    switch (info.kind) {
         case ControlKind::Button: {
             auto* b = new QPushButton(caption, parent);
             connect(b, &QPushButton::clicked, this,
@@ -213,9 +213,9 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
         case ControlKind::MenuEntry:
             return nullptr;
     }
-    w->setObjectName(QString::fromUtf8(spec.name));
-    if (*spec.tooltip) {
-        w->setToolTip(QString::fromUtf8(spec.tooltip));
+    w->setObjectName(QString::fromUtf8(info.name));
+    if (*info.tooltip) {
+        w->setToolTip(QString::fromUtf8(info.tooltip));
     }
     widgets_[name] = w;
     return w;
@@ -326,15 +326,15 @@ QWidget* MainWindow::buildProgress() {
 
 void MainWindow::buildMenus() {
     QMenu* current = nullptr;
-    for (const ControlSpec& spec : MainControls()) {
-        const std::string name = spec.name;
-        if (spec.kind == ControlKind::Menu) {
-            current = menuBar()->addMenu(QString::fromUtf8(spec.caption));
-            current->setObjectName(QString::fromUtf8(spec.name));
+    for (const ControlInfo& info : MainControls()) {
+        const std::string name = info.name;
+        if (info.kind == ControlKind::Menu) {
+            current = menuBar()->addMenu(QString::fromUtf8(info.caption));
+            current->setObjectName(QString::fromUtf8(info.name));
             widgets_[name] = current;
-        } else if (spec.kind == ControlKind::MenuEntry && current) {
-            QAction* a = current->addAction(QString::fromUtf8(spec.caption));
-            a->setObjectName(QString::fromUtf8(spec.name));
+        } else if (info.kind == ControlKind::MenuEntry && current) {
+            QAction* a = current->addAction(QString::fromUtf8(info.caption));
+            a->setObjectName(QString::fromUtf8(info.name));
             a->setCheckable(name == "mnuHtml" || name == "mnuEmail" || name == "mnuWeb" ||
                             name == "mnuMailto");
             connect(a, &QAction::triggered, this,
