@@ -26,10 +26,11 @@ test: build
 format:
 	find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
+# `make bench SIZES="1 10"` measures other sizes (in MB).
 bench: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DGLEANMARK_TESTS=OFF -DGLEANMARK_BENCH=ON
 	cmake --build $(BENCH_DIR) -j $(JOBS)
-	$(BENCH_DIR)/bench/gleanmark-bench
+	$(BENCH_DIR)/bench/gleanmark-bench $(SIZES)
 
 clean:
 	rm -rf $(BUILD_DIR) $(BENCH_DIR)

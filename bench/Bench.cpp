@@ -23,7 +23,7 @@
 namespace {
 
 class NoPump : public EventPump {
-  public:
+public:
     void yield() override {}
 };
 

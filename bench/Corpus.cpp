@@ -26,7 +26,7 @@ void Put(std::string& out, std::initializer_list<std::string_view> pieces) {
 // A small deterministic source: std::mt19937's sequence is fixed by the
 // standard, and only its raw output is used.
 class Source {
-  public:
+public:
     explicit Source(uint32_t seed) : engine_(seed) {}
     size_t below(size_t n) { return static_cast<size_t>(engine_() % n); }
     const char* word() { return kWords[below(kWords.size())]; }
@@ -42,7 +42,7 @@ class Source {
         return out;
     }
 
-  private:
+private:
     std::mt19937 engine_;
 };
 

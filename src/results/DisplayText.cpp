@@ -11,4 +11,6 @@ QString DisplayText(const std::string& bytes) {
     return text;
 }
 
-std::string StoredText(const QString& text) { return text.toUtf8().toStdString(); }
+std::string StoredText(const QString& text) {
+    return text.toUtf8().toStdString();
+}

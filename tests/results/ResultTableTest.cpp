@@ -11,10 +11,10 @@ TEST(ResultTableCreation, DuplicateColumnStopsCreationAndSetsFlag) {
         int16_t dup;
         size_t created;
     };
-    for (const Case& c : {Case{{"Email", "MailTo", "FileName"}, 0, 3},
-                          Case{{" a ", " a ", "FileName"}, 1, 1},
-                          Case{{"Email", "FileName", "FileName", "ProcessTime"}, 1, 2},
-                          Case{{"Email", "email"}, 1, 1}}) {
+    for (const Case& c :
+         {Case{{"Email", "MailTo", "FileName"}, 0, 3}, Case{{" a ", " a ", "FileName"}, 1, 1},
+          Case{{"Email", "FileName", "FileName", "ProcessTime"}, 1, 2},
+          Case{{"Email", "email"}, 1, 1}}) {
         int16_t dup = 0;
         clsWF wf(c.columns, dup);
         EXPECT_EQ(dup, c.dup);
@@ -81,7 +81,8 @@ TEST(ResultGrid, ShowsColumnsByNameAndFollowsTableChanges) {
     table->setValue(table->addRow(), 0, "caf\xe9@x");  // not UTF-8: shown as Latin-1
     model.refresh();
     ASSERT_EQ(model.rowCount(), 1);
-    EXPECT_EQ(model.data(model.index(0, 0), Qt::DisplayRole).toString(), QString::fromUtf8("café@x"));
+    EXPECT_EQ(model.data(model.index(0, 0), Qt::DisplayRole).toString(),
+              QString::fromUtf8("café@x"));
     model.setData(model.index(0, 1), QString::fromUtf8("é"), Qt::EditRole);
     EXPECT_EQ(table->value(0, 1), "\xc3\xa9");
 }
