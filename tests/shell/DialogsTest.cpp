@@ -1,6 +1,7 @@
 // The program's own dialogs answer with the right codes and run the checks.
 #include <gtest/gtest.h>
 #include <QApplication>
+#include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTimer>

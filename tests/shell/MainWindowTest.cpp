@@ -96,4 +96,23 @@ TEST_F(Window, AKeywordRunFillsTheGrid) {
     screenshot("keyword-run.png");
 }
 
+TEST_F(Window, AMailListFromTheSampleMessages) {
+    form.setFolder(SAMPLES_DIR "/mail");
+    window->sync();
+    widget<QPushButton>("CmdSelectAll1")->click();
+    widget<QPushButton>("CmdAdd")->click();
+    widget<QRadioButton>("Option4")->click();
+    for (const char* box : {"chkHead", "chkFrom", "chkTo", "chkCC"}) {
+        widget<QCheckBox>(box)->click();
+    }
+    widget<QPushButton>("cmdProcessAll")->click();
+    auto* grid = widget<QTableView>("DataGrid1");
+    ASSERT_EQ(grid->model()->columnCount(), 4);
+    EXPECT_EQ(grid->model()->headerData(0, Qt::Horizontal).toString(), "KeyWord");
+    EXPECT_GT(grid->model()->rowCount(), 10);
+    EXPECT_TRUE(prompts.shown.empty());
+    grid->resizeColumnsToContents();
+    screenshot("mail-list.png");
+}
+
 }  // namespace

@@ -6,14 +6,13 @@
 #include <QFrame>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTreeView>
 #include <QVBoxLayout>
 
 #include "FileListing.h"
+#include "FolderTree.h"
 
 dlgMsg::dlgMsg(QWidget* parent) : QDialog(parent) {
     setObjectName("dlgMsg");
@@ -50,8 +49,6 @@ FrmSHD::FrmSHD(QWidget* parent) : QDialog(parent) {
     setObjectName("FrmSHD");
     setWindowTitle("Stripping HTML Tags Directory");
     resize(420, 420);
-    model_.setFilter(QDir::AllDirs | QDir::NoDotAndDotDot);
-    model_.setRootPath("/");
     auto* layout = new QVBoxLayout(this);
     Drive1_ = new QComboBox(this);
     Drive1_->setObjectName("Drive1");
@@ -62,13 +59,8 @@ FrmSHD::FrmSHD(QWidget* parent) : QDialog(parent) {
     auto* frame = new QFrame(this);
     frame->setFrameShape(QFrame::StyledPanel);
     auto* frameLayout = new QVBoxLayout(frame);
-    Dir1_ = new QTreeView(frame);
+    Dir1_ = new FolderTree(frame);
     Dir1_->setObjectName("Dir1");
-    Dir1_->setModel(&model_);
-    for (int c = 1; c < model_.columnCount(); ++c) {
-        Dir1_->hideColumn(c);
-    }
-    Dir1_->header()->hide();
     frameLayout->addWidget(Dir1_);
     layout->addWidget(frame, 1);
     auto* row = new QHBoxLayout;
@@ -82,26 +74,21 @@ FrmSHD::FrmSHD(QWidget* parent) : QDialog(parent) {
     layout->addLayout(row);
     connect(Drive1_, &QComboBox::activated, this,
             [this](int i) { showFolder(Drive1_->itemText(i)); });
-    connect(Dir1_, &QTreeView::clicked, this,
-            [this](const QModelIndex& index) { chosen_ = model_.filePath(index); });
+    connect(Dir1_, &FolderTree::folderChosen, this, &FrmSHD::showFolder);
     connect(ok, &QPushButton::clicked, this, &QDialog::accept);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
 }
 
 void FrmSHD::showFolder(const QString& path) {
-    chosen_ = path;
-    const QModelIndex index = model_.index(path);
-    Dir1_->setCurrentIndex(index);
-    Dir1_->scrollTo(index);
-    Dir1_->expand(index);
+    Dir1_->setFolder(path);
 }
 
 std::optional<std::string> FrmSHD::choose(const std::string& startFolder) {
     showFolder(QString::fromStdString(startFolder));
-    if (exec() != QDialog::Accepted || chosen_.isEmpty()) {
+    if (exec() != QDialog::Accepted) {
         return std::nullopt;
     }
-    return chosen_.toStdString();
+    return Dir1_->folder().toStdString();
 }
 
 FrmAddNewKW::FrmAddNewKW(const QString& title, const Prompts::KeywordEntry& initial,

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <QDialog>
-#include <QFileSystemModel>
 
 #include "Prompts.h"
 
 class QComboBox;
 class QLabel;
 class QLineEdit;
-class QTreeView;
+class FolderTree;
 
 // The problem dialog "Message": a text and four buttons, each closing the
 // dialog with its result code (OK 0, Ignore 1, Ignore All 2, Cancel 3).
@@ -32,10 +31,8 @@ public:
     void showFolder(const QString& path);
 
 private:
-    QFileSystemModel model_;
     QComboBox* Drive1_;
-    QTreeView* Dir1_;
-    QString chosen_;
+    FolderTree* Dir1_;
 };
 
 // The keyword entry dialog: keyword, positions and their checks on OK.

@@ -20,10 +20,10 @@
 #include <QTableView>
 #include <QTimer>
 #include <QToolBar>
-#include <QTreeView>
 #include <QVBoxLayout>
 
 #include "DisplayText.h"
+#include "FolderTree.h"
 #include "MainForm.h"
 
 namespace {
@@ -67,8 +67,6 @@ void MainWindow::act(F&& action) {
 MainWindow::MainWindow(MainForm& form, QWidget* parent) : QMainWindow(parent), form_(form) {
     setObjectName("Main");
     setWindowTitle("Main Page");
-    folders_.setFilter(QDir::AllDirs | QDir::NoDotAndDotDot);
-    folders_.setRootPath("/");
 
     auto* central = new QWidget(this);
     auto* column = new QVBoxLayout(central);
@@ -190,14 +188,9 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             break;
         }
         case ControlKind::Folder: {
-            auto* tree = new QTreeView(parent);
-            tree->setModel(&folders_);
-            for (int c = 1; c < folders_.columnCount(); ++c) {
-                tree->hideColumn(c);
-            }
-            tree->header()->hide();
-            connect(tree, &QTreeView::clicked, this, [this](const QModelIndex& index) {
-                act([&] { form_.setFolder(folders_.filePath(index).toStdString()); });
+            auto* tree = new FolderTree(parent);
+            connect(tree, &FolderTree::folderChosen, this, [this](const QString& path) {
+                act([&] { form_.setFolder(path.toStdString()); });
             });
             w = tree;
             break;
@@ -456,12 +449,9 @@ void MainWindow::apply(const std::string& name) {
         } else {
             combo->setCurrentIndex(combo->findText(DisplayText(c.caption)));
         }
-    } else if (auto* tree = qobject_cast<QTreeView*>(w)) {
-        const QModelIndex index = folders_.index(QString::fromStdString(c.path));
-        if (index.isValid() && tree->currentIndex() != index) {
-            tree->setCurrentIndex(index);
-            tree->scrollTo(index);
-            tree->expand(index);
+    } else if (auto* tree = qobject_cast<FolderTree*>(w)) {
+        if (tree->folder() != QString::fromStdString(c.path)) {
+            tree->setFolder(QString::fromStdString(c.path));
         }
     }
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QFileSystemModel>
 #include <QMainWindow>
 #include <map>
 #include <string>
@@ -9,7 +8,6 @@
 
 class MainForm;
 class QTableView;
-class QTreeView;
 
 // The main window's widgets. Each widget carries its control's name as its
 // objectName, shows the state that MainForm keeps under that name, and
@@ -45,7 +43,6 @@ private:
 
     MainForm& form_;
     std::map<std::string, QObject*> widgets_;
-    QFileSystemModel folders_;
     ResultGridModel gridModel_;
     uint64_t seenBindings_ = 0;
     bool syncing_ = false;
