@@ -155,6 +155,12 @@ int RunCommandLine(int argc, char* argv[]) {
                                        ? QDir(temp.path()).filePath("results.txt").toStdString()
                                        : std::filesystem::absolute(o.output).string();
     std::string stripDir = o.strip.empty() ? "" : std::filesystem::absolute(o.strip).string();
+    if (!stripDir.empty()) {
+        // The window's chooser offers existing folders only; here the folder
+        // is made when it is missing.
+        std::error_code ec;
+        std::filesystem::create_directories(stripDir, ec);
+    }
     std::string keywordFile =
         o.keywords.empty() ? "" : std::filesystem::absolute(o.keywords).string();
 

@@ -1,7 +1,6 @@
 // The keyword list: the entry dialog's checks, property, delete, moves, open,
 // save and clear.
 #include "FormFixture.h"
-#include "KeywordEntryCheck.h"
 
 namespace {
 
@@ -36,13 +35,6 @@ TEST_F(KeywordEdit, EntryChecksRunInOrderAndKeepTheDialogOpen) {
     }
     EXPECT_EQ(names(), std::vector<std::string>{" Price: "});
     EXPECT_EQ((*form.rstKeyWord)[0].Position, "1, 2, 3,  6, 10");
-}
-
-TEST_F(KeywordEdit, AcceptedPositionTexts) {
-    for (const char* p : {"7", "3, 1", " 1 ,2 ", "1, 2, 3,  6, 10"}) {
-        EXPECT_FALSE(CheckKeywordEntry("k", p).has_value()) << p;
-    }
-    EXPECT_FALSE(CheckKeywordEntry(std::string(100, 'k'), "1").has_value());
 }
 
 TEST_F(KeywordEdit, PropertyEditsTheSelectedKeywordWithTheSameChecks) {
