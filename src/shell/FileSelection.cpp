@@ -20,6 +20,9 @@ void MainForm::fillList1() {
 }
 
 void MainForm::Drive1_Change(const std::string& drive) {
+    if (running_) {
+        return;  // the folder stays put while a run is under way
+    }
     controls["Drive1"].caption = drive;
     if (!QDir::setCurrent(QString::fromStdString(drive))) {
         ports_.prompts.message("The drive is not ready.", Prompts::Buttons::OK,
@@ -31,7 +34,7 @@ void MainForm::Drive1_Change(const std::string& drive) {
 }
 
 void MainForm::setFolder(const std::string& path) {
-    if (ctl("Dir1").path == path) {
+    if (running_ || ctl("Dir1").path == path) {
         return;
     }
     controls["Dir1"].path = path;
@@ -62,6 +65,9 @@ void MainForm::Dir1_Change() {
 }
 
 void MainForm::Combo1_Change(const std::string& text) {
+    if (running_) {
+        return;
+    }
     controls["Combo1"].caption = text;
     strCurExt = text.find('(') != std::string::npos ? text.substr(0, 1) : text;
     controls["File1"].pattern = "*." + strCurExt;

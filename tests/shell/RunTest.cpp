@@ -150,6 +150,10 @@ TEST_F(Run, OnlyCancelIsAcceptedWhileARunIsUnderWay) {
         EXPECT_FALSE(form.ctl("CmdProcess").enabled);
         form.click("ChkEmail");       // ignored
         form.click("CmdSelectall2");  // ignored
+        form.setFolder("/");          // ignored
+        form.Combo1_Change("zzz");    // ignored
+        EXPECT_EQ(form.ctl("Dir1").path, dir.path());
+        EXPECT_EQ(form.ctl("Combo1").caption, "*");
         EXPECT_EQ(form.ctl("ChkEmail").value, 1);
         EXPECT_EQ(form.ctl("List2").items.size(), 1u);
     });
