@@ -14,13 +14,6 @@
 #include "clsKeyWord.h"
 #include "clsWF.h"
 
-namespace {
-
-const char* const kKeywordButtons[] = {"CmdAddKW",  "CmdDeleKW", "CmdKWClear", "CmdPropertyKW",
-                                       "CmdOpenKW", "CmdSaveKW", "CmdUP",      "CmdDown"};
-
-}  // namespace
-
 MainForm::MainForm(Ports ports)
     : intCancel(engine_.intCancel),
       ports_(ports),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -206,6 +207,11 @@ private:
         ControlSet& controls_;
         const char* name_;
     };
+
+    // The keyword list's buttons, usable only while "Keywords." is ticked.
+    static constexpr std::array<const char*, 8> kKeywordButtons = {
+        "CmdAddKW",  "CmdDeleKW", "CmdKWClear", "CmdPropertyKW",
+        "CmdOpenKW", "CmdSaveKW", "CmdUP",      "CmdDown"};
 
     void runHandler(const std::string& name);
     void setCaptionColour(const std::string& name, bool ticked);

@@ -44,6 +44,7 @@ void MainForm::beginRun() {
     running_ = true;
     runRefused = false;
     intIgnoreAll = 0;
+    intCancel = 0;  // both flags live for one run
     controls["cmdCancel"].enabled = true;
     for (const char* b : kRunButtons) {
         controls[b].enabled = false;

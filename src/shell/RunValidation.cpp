@@ -6,13 +6,6 @@
 #include "clsKeyWord.h"
 #include "clsWF.h"
 
-namespace {
-
-const char* const kKeywordButtons[] = {"CmdAddKW",  "CmdDeleKW", "CmdKWClear", "CmdPropertyKW",
-                                       "CmdOpenKW", "CmdSaveKW", "CmdUP",      "CmdDown"};
-
-}  // namespace
-
 void MainForm::ChkEmail_Click() {
     if (ctl("ChkEmail").value == 1) {
         intUseEmail = 1;

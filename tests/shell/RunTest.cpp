@@ -140,6 +140,16 @@ TEST_F(Run, CancelAtAYieldStillLeadsToTheSaveQuestion) {
     EXPECT_EQ(form.intCancel, 0) << "re-initialised";
 }
 
+TEST_F(Run, CancelPressedWhileIdleDoesNotStopTheNextRun) {
+    const std::string a = write("a.txt", "to one@x.org\n");
+    tickEmailWithNameAndTime();
+    choose({a});
+    form.Toolbar1_ButtonClick("Cancel");
+    prompts.savePaths = {file("out.txt")};
+    form.click("cmdProcessAll");
+    EXPECT_NE(ReadBytes(file("out.txt")).find("one@x.org"), std::string::npos);
+}
+
 TEST_F(Run, OnlyCancelIsAcceptedWhileARunIsUnderWay) {
     const std::string a = write("a.txt", "to one@x.org two@x.org\n");
     tickEmailWithNameAndTime();
