@@ -228,13 +228,12 @@ private:
         bool lowerCaseSo = false;    // the folder run's wording
         bool problemDialog = false;  // keyword and mail runs report through dlgMsg
     };
-    FileText readFile(const std::string& path, const std::string& label, const FrameWording& w,
-                      bool& stopRun);
+    FileText readFile(const std::string& path, const FrameWording& w, bool& stopRun);
     void reportFailure(const std::string& path, int number, const std::string& description,
                        const FrameWording& w);
     void reportNotAppropriate(const std::string& path, const FrameWording& w, bool& stopRun);
-    void processFile(const std::string& path, const std::string& label, bool keywordRun,
-                     const FrameWording& w, bool& stopRun);
+    void processFile(const std::string& path, bool keywordRun, const FrameWording& w,
+                     bool& stopRun);
     // The file loop over the chosen files: yield, cancel test, progress, then
     // `process` for each file; `process` may stop the run.
     void forEachChosenFile(

@@ -1,5 +1,6 @@
 // The batch runs: chosen files, a folder (tree), the keyword run and the
 // mail-list run, with their shared per-file frame.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -91,11 +92,11 @@ void MainForm::reportNotAppropriate(const std::string& path, const FrameWording&
     }
 }
 
-MainForm::FileText MainForm::readFile(const std::string& path, const std::string& label,
-                                      const FrameWording& w, bool& stopRun) {
+MainForm::FileText MainForm::readFile(const std::string& path, const FrameWording& w,
+                                      bool& stopRun) {
     std::error_code ec;
     const uintmax_t size = fs::file_size(path, ec);
-    controls["LblProgress"].caption = label + " ( " + KiloText(ec ? 0 : size) + "k )";
+    controls["LblProgress"].caption = path + " ( " + KiloText(ec ? 0 : size) + "k )";
     if (fs::is_directory(path, ec)) {
         reportFailure(path, 75, "Path/File access error", w);
         return FileText::Failed;
@@ -108,6 +109,7 @@ MainForm::FileText MainForm::readFile(const std::string& path, const std::string
     }
     std::string& text = engine_.strScanText;
     text.clear();
+    text.reserve(static_cast<size_t>(ec ? 0 : std::min<uintmax_t>(size, kMaxText)));
     char buffer[1 << 16];
     size_t n;
     bool truncated = false;
@@ -136,9 +138,9 @@ MainForm::FileText MainForm::readFile(const std::string& path, const std::string
     return FileText::Read;
 }
 
-void MainForm::processFile(const std::string& path, const std::string& label, bool keywordRun,
-                           const FrameWording& w, bool& stopRun) {
-    if (readFile(path, label, w, stopRun) != FileText::Read) {
+void MainForm::processFile(const std::string& path, bool keywordRun, const FrameWording& w,
+                           bool& stopRun) {
+    if (readFile(path, w, stopRun) != FileText::Read) {
         return;
     }
     engine_.strCurFile = path;
@@ -179,9 +181,8 @@ void MainForm::forEachChosenFile(
 }
 
 void MainForm::processList(bool keywordRun, const FrameWording& w) {
-    forEachChosenFile([&](const std::string& path, bool& stopRun) {
-        processFile(path, path, keywordRun, w, stopRun);
-    });
+    forEachChosenFile(
+        [&](const std::string& path, bool& stopRun) { processFile(path, keywordRun, w, stopRun); });
 }
 
 bool MainForm::startListRun() {
@@ -305,7 +306,7 @@ void MainForm::processFolderFiles() {
         }
         controls["PBProgress"].progress = Percent(i, names.size());
         const std::string path = JoinPath(folder, names[i]);
-        processFile(path, path, false, w, stopRun);
+        processFile(path, false, w, stopRun);
     }
 }
 
@@ -346,7 +347,7 @@ void MainForm::cmdprocessmail_Click() {
             reportNotAppropriate(path, w, stopRun);
             return;
         }
-        if (readFile(path, path, w, stopRun) != FileText::Read) {
+        if (readFile(path, w, stopRun) != FileText::Read) {
             return;
         }
         engine_.strCurFile = path;
