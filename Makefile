@@ -26,7 +26,7 @@ test: build
 format:
 	find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
-# `make bench SIZES="1 10"` measures other sizes (in MB).
+# `make bench` measures 1 and 10 MB; `make bench SIZES="--all-columns 0.1 1"` other runs.
 bench: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DGLEANMARK_TESTS=OFF -DGLEANMARK_BENCH=ON
 	cmake --build $(BENCH_DIR) -j $(JOBS)
