@@ -48,7 +48,6 @@ const Rows kPlainLf = {
 INSTANTIATE_TEST_SUITE_P(
     Messages, MessageRecords,
     testing::Values(MessageCase{"plain_crlf.eml", 0, kPlainCrLf},
-                    MessageCase{"plain_crlf.eml", 1, kPlainCrLf},
                     MessageCase{"plain_lf.eml", 0, kPlainLf},
                     // First occurrence: the reply's own header, and the quoted CC line
                     // since it is the first "CC:" in the text.

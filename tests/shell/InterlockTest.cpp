@@ -104,17 +104,21 @@ TEST_F(Interlock, BodyTextSetsEveryOccurrence) {
     EXPECT_FALSE(form.ctl("chkTo").enabled);
 }
 
-struct ColumnCase {
+// One run set-up: the boxes clicked and keywords entered, then either the
+// columns built or the refusal shown (with its icon).
+struct SetUpCase {
     const char* name;
     std::vector<std::string> clicks;
     std::vector<std::pair<std::string, std::string>> keywords;
-    std::vector<std::string> columns;
+    std::vector<std::string> columns;  // empty: refused
+    std::string refusal = {};
+    Prompts::Icon icon = Prompts::Icon::None;
 };
 
-class RunColumns : public Interlock, public ::testing::WithParamInterface<ColumnCase> {};
+class RunSetUp : public Interlock, public ::testing::WithParamInterface<SetUpCase> {};
 
-TEST_P(RunColumns, PrepareRunBuildsTheColumnsInOrder) {
-    const ColumnCase& c = GetParam();
+TEST_P(RunSetUp, PrepareRunBuildsTheColumnsInOrderOrRefuses) {
+    const SetUpCase& c = GetParam();
     for (const auto& name : c.clicks) {
         form.click(name);
     }
@@ -122,81 +126,60 @@ TEST_P(RunColumns, PrepareRunBuildsTheColumnsInOrder) {
         form.rstKeyWord->add(n, p);
     }
     form.PrepareRun();
+    if (c.columns.empty()) {
+        EXPECT_EQ(form.intSetupFailed, 1);
+        EXPECT_EQ(form.intDupField, 0) << "cleared by the set-up that reports it";
+        ASSERT_EQ(prompts.shown.size(), 1u);
+        EXPECT_EQ(prompts.shown[0].text, c.refusal);
+        EXPECT_EQ(prompts.shown[0].icon, c.icon);
+        return;
+    }
     EXPECT_EQ(form.intSetupFailed, 0);
     EXPECT_EQ(form.arrColumns, c.columns);
     ASSERT_TRUE(form.rstWF);
     EXPECT_EQ(form.rstWF->columns(), c.columns);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, RunColumns,
-    ::testing::Values(ColumnCase{"EmailBringsMailto", {"ChkEmail"}, {}, {"Email", "MailTo"}},
-                      ColumnCase{"AllAddressKinds",
-                                 {"Option3", "chkFileName", "chkTime", "ChkWebsite", "mnuMailto"},
-                                 {},
-                                 {"WebSite", "MailTo", "FileName", "ProcessTime"}},
-                      ColumnCase{"KeywordsThenFileNameAndTime",
-                                 {"ChkKeyword", "chkFileName", "chkTime"},
-                                 {{"A", "1"}, {"B", "2"}},
-                                 {"A", "B", "FileName", "ProcessTime"}},
-                      ColumnCase{"OnlyTimeTicked",
-                                 {"ChkKeyword", "chkTime"},
-                                 {{" k ", "1"}},
-                                 {" k ", "ProcessTime"}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-struct RefusalCase {
-    const char* name;
-    std::vector<std::string> clicks;
-    std::vector<std::pair<std::string, std::string>> keywords;
-    std::string message;
-    Prompts::Icon icon;
-};
-
-class RunRefusals : public Interlock, public ::testing::WithParamInterface<RefusalCase> {};
-
-TEST_P(RunRefusals, PrepareRunRefusesWithItsMessage) {
-    const RefusalCase& c = GetParam();
-    for (const auto& name : c.clicks) {
-        form.click(name);
-    }
-    for (const auto& [n, p] : c.keywords) {
-        form.rstKeyWord->add(n, p);
-    }
-    form.PrepareRun();
-    EXPECT_EQ(form.intSetupFailed, 1);
-    EXPECT_EQ(form.intDupField, 0);
-    ASSERT_EQ(prompts.shown.size(), 1u);
-    EXPECT_EQ(prompts.shown[0].text, c.message);
-    EXPECT_EQ(prompts.shown[0].icon, c.icon);
-}
+const std::string kSame =
+    "Some Keywords are same, please check the current Keywords and make sure they are unique.";
 
 INSTANTIATE_TEST_SUITE_P(
-    Cases, RunRefusals,
+    Cases, RunSetUp,
     ::testing::Values(
-        RefusalCase{"NothingTicked",
-                    {},
-                    {},
-                    "There is no process setting, so the files can not be process.",
-                    Prompts::Icon::None},
-        RefusalCase{
+        SetUpCase{"EmailBringsMailto", {"ChkEmail"}, {}, {"Email", "MailTo"}},
+        SetUpCase{"AllAddressKinds",
+                  {"Option3", "chkFileName", "chkTime", "ChkWebsite", "mnuMailto"},
+                  {},
+                  {"WebSite", "MailTo", "FileName", "ProcessTime"}},
+        SetUpCase{"KeywordsThenFileNameAndTime",
+                  {"ChkKeyword", "chkFileName", "chkTime"},
+                  {{"A", "1"}, {"B", "2"}},
+                  {"A", "B", "FileName", "ProcessTime"}},
+        SetUpCase{
+            "OnlyTimeTicked", {"ChkKeyword", "chkTime"}, {{" k ", "1"}}, {" k ", "ProcessTime"}},
+        SetUpCase{"NothingTicked",
+                  {},
+                  {},
+                  {},
+                  "There is no process setting, so the files can not be process."},
+        SetUpCase{
             "KeywordsWithoutAny",
             {"ChkKeyword"},
             {},
-            "While you want to have the files processed by KeyWord, there should have KeyWord.",
-            Prompts::Icon::None},
-        RefusalCase{"TwoEqualKeywords",
-                    {"ChkKeyword"},
-                    {{" a ", "1"}, {" a ", "2"}},
-                    "Some Keywords are same, please check the current Keywords and make sure they "
-                    "are unique.",
-                    Prompts::Icon::Critical},
-        RefusalCase{"KeywordNamedLikeTheFileNameColumn",
-                    {"ChkKeyword", "chkFileName"},
-                    {{"FileName", "1"}},
-                    "Some Keywords are same, please check the current Keywords and make sure they "
-                    "are unique.",
-                    Prompts::Icon::Critical}),
+            {},
+            "While you want to have the files processed by KeyWord, there should have KeyWord."},
+        SetUpCase{"TwoEqualKeywords",
+                  {"ChkKeyword"},
+                  {{" a ", "1"}, {" a ", "2"}},
+                  {},
+                  kSame,
+                  Prompts::Icon::Critical},
+        SetUpCase{"KeywordNamedLikeTheFileNameColumn",
+                  {"ChkKeyword", "chkFileName"},
+                  {{"FileName", "1"}},
+                  {},
+                  kSame,
+                  Prompts::Icon::Critical}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Interlock, StripAsksForTheOutputFolderAndBuildsNoTable) {
