@@ -25,8 +25,8 @@ void MainForm::Drive1_Change(const std::string& drive) {
     }
     controls["Drive1"].caption = drive;
     if (!QDir::setCurrent(QString::fromStdString(drive))) {
-        ports_.prompts.message("The drive is not ready.", Prompts::Buttons::OK,
-                               Prompts::Icon::Exclamation);
+        prompts().message("The drive is not ready.", Prompts::Buttons::OK,
+                          Prompts::Icon::Exclamation);
         controls["Drive1"].caption = DriveOf(QDir::currentPath().toStdString());
         return;
     }

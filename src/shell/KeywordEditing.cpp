@@ -34,12 +34,12 @@ void MainForm::showKeywords() {
 }
 
 void MainForm::CmdAddKW_Click() {
-    auto source = ports_.prompts.choose("Add KeyWord", {"New Keyword", "Keywords from saved file"});
+    auto source = prompts().choose("Add KeyWord", {"New Keyword", "Keywords from saved file"});
     if (!source) {
         return;
     }
     if (*source == 1) {
-        auto path = ports_.prompts.openFile(Prompts::FileDialog{});
+        auto path = prompts().openFile(Prompts::FileDialog{});
         if (!path) {
             return;
         }
@@ -52,12 +52,12 @@ void MainForm::CmdAddKW_Click() {
     }
     auto accept = [this](const Prompts::KeywordEntry& e) {
         if (auto problem = CheckKeywordEntry(e.keyword, e.positions)) {
-            ports_.prompts.message(*problem, Prompts::Buttons::OK, Prompts::Icon::Critical);
+            prompts().message(*problem, Prompts::Buttons::OK, Prompts::Icon::Critical);
             return false;
         }
         return true;
     };
-    if (auto entry = ports_.prompts.keywordEntry("New KeyWord", {}, accept)) {
+    if (auto entry = prompts().keywordEntry("New KeyWord", {}, accept)) {
         rstKeyWord->add(StoredKeywordName(entry->keyword), entry->positions);
         showKeywords();
         controls["List3"].listIndex = static_cast<int>(rstKeyWord->size()) - 1;
@@ -72,13 +72,13 @@ void MainForm::CmdPropertyKW_Click() {
     const KeywordRecord& k = (*rstKeyWord)[static_cast<size_t>(i)];
     auto accept = [this](const Prompts::KeywordEntry& e) {
         if (auto problem = CheckKeywordEntry(e.keyword, e.positions)) {
-            ports_.prompts.message(*problem, Prompts::Buttons::OK, Prompts::Icon::Critical);
+            prompts().message(*problem, Prompts::Buttons::OK, Prompts::Icon::Critical);
             return false;
         }
         return true;
     };
-    if (auto entry = ports_.prompts.keywordEntry("KeyWord Property",
-                                                 {TypedKeyword(k.Name), k.Position}, accept)) {
+    if (auto entry = prompts().keywordEntry("KeyWord Property", {TypedKeyword(k.Name), k.Position},
+                                            accept)) {
         rstKeyWord->set(static_cast<size_t>(i), StoredKeywordName(entry->keyword),
                         entry->positions);
         showKeywords();
@@ -92,9 +92,9 @@ void MainForm::CmdDeleKW_Click() {
         return;
     }
     const std::string name = ctl("List3").items[static_cast<size_t>(i)];
-    if (ports_.prompts.message("Are you ready to delete the Keyword " + name + " ?",
-                               Prompts::Buttons::YesNo, Prompts::Icon::Question,
-                               "Delete KeyWord") != Prompts::Answer::Yes) {
+    if (prompts().message("Are you ready to delete the Keyword " + name + " ?",
+                          Prompts::Buttons::YesNo, Prompts::Icon::Question,
+                          "Delete KeyWord") != Prompts::Answer::Yes) {
         return;
     }
     rstKeyWord->remove(static_cast<size_t>(i));
@@ -123,7 +123,7 @@ void MainForm::CmdDown_Click() {
 }
 
 void MainForm::CmdOpenKW_Click() {
-    auto path = ports_.prompts.openFile(Prompts::FileDialog{});
+    auto path = prompts().openFile(Prompts::FileDialog{});
     if (!path) {
         return;
     }
@@ -140,8 +140,8 @@ void MainForm::CmdSaveKW_Click() {
     }
     strKeySaveFile = *path;
     if (!objKeyWord->WriteToFile(strKeySaveFile)) {
-        ports_.prompts.message("The file '" + strKeySaveFile + "' can not be written.",
-                               Prompts::Buttons::OK, Prompts::Icon::Critical);
+        prompts().message("The file '" + strKeySaveFile + "' can not be written.",
+                          Prompts::Buttons::OK, Prompts::Icon::Critical);
     }
 }
 

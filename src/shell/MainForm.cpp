@@ -33,6 +33,13 @@ MainForm::MainForm(Ports ports)
 
 MainForm::~MainForm() = default;
 
+Prompts& MainForm::prompts() {
+    if (beforeDialog) {
+        beforeDialog();
+    }
+    return ports_.prompts;
+}
+
 // ---------------------------------------------------------------------------
 // Dispatch of user actions
 
@@ -264,10 +271,9 @@ void MainForm::Form_Load() {
 
 void MainForm::Form_Unload() {
     if (rstKeyWord && !rstKeyWord->empty()) {
-        if (ports_.prompts.message("Do you want to save the current KeyWords?",
-                                   Prompts::Buttons::YesNo,
-                                   Prompts::Icon::Question) == Prompts::Answer::Yes) {
-            if (auto path = ports_.prompts.saveFile(Prompts::FileDialog{})) {
+        if (prompts().message("Do you want to save the current KeyWords?", Prompts::Buttons::YesNo,
+                              Prompts::Icon::Question) == Prompts::Answer::Yes) {
+            if (auto path = prompts().saveFile(Prompts::FileDialog{})) {
                 strKeyWordFile = *path;
                 strKeySaveFile = strKeyWordFile;
                 objKeyWord->WriteToFile(strKeySaveFile);
@@ -280,8 +286,8 @@ void MainForm::Form_Unload() {
 }
 
 void MainForm::CmdEnd_Click() {
-    if (ports_.prompts.message("Do you want to exit the program?", Prompts::Buttons::YesNo,
-                               Prompts::Icon::Question) == Prompts::Answer::Yes) {
+    if (prompts().message("Do you want to exit the program?", Prompts::Buttons::YesNo,
+                          Prompts::Icon::Question) == Prompts::Answer::Yes) {
         if (requestClose) {
             requestClose();
         }
@@ -293,8 +299,8 @@ void MainForm::cmdCancel_Click() {
 }
 
 void MainForm::mnuAbout_Click() {
-    ports_.prompts.message("Gleanmark 2.0 Brimwell Enterprises", Prompts::Buttons::OK,
-                           Prompts::Icon::Information, "About");
+    prompts().message("Gleanmark 2.0 Brimwell Enterprises", Prompts::Buttons::OK,
+                      Prompts::Icon::Information, "About");
 }
 
 void MainForm::mnuContent_Click() {

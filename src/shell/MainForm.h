@@ -108,6 +108,9 @@ public:
     std::function<void()> requestClose;
     // Called by "Extract Web" of the File menu.
     std::function<void()> showWebWindow;
+    // Called before any message box or dialog opens, so the window can show
+    // the form's present state behind it.
+    std::function<void()> beforeDialog;
 
     // ---- Handlers ----
     void cmdSave_Click();
@@ -213,6 +216,8 @@ private:
         "CmdAddKW",  "CmdDeleKW", "CmdKWClear", "CmdPropertyKW",
         "CmdOpenKW", "CmdSaveKW", "CmdUP",      "CmdDown"};
 
+    // The prompts port, after the window has been brought up to date.
+    Prompts& prompts();
     void runHandler(const std::string& name);
     void setCaptionColour(const std::string& name, bool ticked);
     void enable(std::initializer_list<const char*> names, bool on);

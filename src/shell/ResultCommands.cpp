@@ -21,25 +21,25 @@ bool FileExists(const std::string& path) {
 
 std::optional<std::string> MainForm::chooseSaveFile() {
     for (;;) {
-        auto path = ports_.prompts.saveFile(Prompts::FileDialog{});
+        auto path = prompts().saveFile(Prompts::FileDialog{});
         if (!path) {
             return std::nullopt;
         }
         if (!FileExists(*path)) {
             return path;
         }
-        if (ports_.prompts.message(
-                "The file " + *path + " already exists, do you want to replace it?",
-                Prompts::Buttons::YesNo, Prompts::Icon::Question) == Prompts::Answer::Yes) {
+        if (prompts().message("The file " + *path + " already exists, do you want to replace it?",
+                              Prompts::Buttons::YesNo,
+                              Prompts::Icon::Question) == Prompts::Answer::Yes) {
             return path;
         }
     }
 }
 
 void MainForm::SaveResults() {
-    if (ports_.prompts.message("The processing is finished, do you want to save the results?",
-                               Prompts::Buttons::YesNo,
-                               Prompts::Icon::Question) != Prompts::Answer::Yes) {
+    if (prompts().message("The processing is finished, do you want to save the results?",
+                          Prompts::Buttons::YesNo,
+                          Prompts::Icon::Question) != Prompts::Answer::Yes) {
         return;
     }
     auto path = chooseSaveFile();

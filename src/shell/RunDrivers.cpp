@@ -66,7 +66,7 @@ void MainForm::endRun() {
 
 void MainForm::reportFailure(const std::string& path, int number, const std::string& description,
                              const FrameWording& w) {
-    ports_.prompts.message(
+    prompts().message(
         "The file '" + path + "' has problem: " + std::to_string(number) + "," + description +
             "\r\n" +
             (w.lowerCaseSo ? "so, it can not be processed!" : " So, it can not be processed!"),
@@ -78,13 +78,13 @@ void MainForm::reportNotAppropriate(const std::string& path, const FrameWording&
         "The file '" + path + "' is not appropriate to be processed, \r\n" +
         (w.lowerCaseSo ? " so, it will be skipped!" : " So, it will be skipped!");
     if (!w.problemDialog) {
-        ports_.prompts.message(text, Prompts::Buttons::OK, Prompts::Icon::Critical);
+        prompts().message(text, Prompts::Buttons::OK, Prompts::Icon::Critical);
         return;
     }
     if (intIgnoreAll != 0) {
         return;  // "Ignore All" was chosen: skip quietly
     }
-    const int result = ports_.prompts.problem(text);
+    const int result = prompts().problem(text);
     if (result == Prompts::ProblemIgnoreAll) {
         intIgnoreAll = -1;
     } else if (result == Prompts::ProblemCancel) {
@@ -128,8 +128,8 @@ MainForm::FileText MainForm::readFile(const std::string& path, const FrameWordin
         return FileText::Failed;
     }
     if (truncated) {
-        ports_.prompts.message("Sorry, the file '" + path + "' is too large, it will be truncated!",
-                               Prompts::Buttons::OK, Prompts::Icon::Critical);
+        prompts().message("Sorry, the file '" + path + "' is too large, it will be truncated!",
+                          Prompts::Buttons::OK, Prompts::Icon::Critical);
     }
     if (text.empty()) {
         reportNotAppropriate(path, w, stopRun);
@@ -188,8 +188,8 @@ void MainForm::processList(bool keywordRun, const FrameWording& w) {
 bool MainForm::startListRun() {
     beginRun();
     if (ctl("List2").items.empty()) {
-        ports_.prompts.message("There is no file to be processed", Prompts::Buttons::OK,
-                               Prompts::Icon::None);
+        prompts().message("There is no file to be processed", Prompts::Buttons::OK,
+                          Prompts::Icon::None);
     } else {
         PrepareRun();
         if (intSetupFailed != 1) {
@@ -212,8 +212,8 @@ void MainForm::CmdProcess_Click() {
             processList(false, {});
             stripping_ = false;
             if (intCancel != 1) {
-                ports_.prompts.message("Stripping HTML Tags processing is finished!",
-                                       Prompts::Buttons::OK, Prompts::Icon::Information);
+                prompts().message("Stripping HTML Tags processing is finished!",
+                                  Prompts::Buttons::OK, Prompts::Icon::Information);
             }
         }
         endRun();
@@ -242,8 +242,8 @@ void MainForm::cmdprocesskey_Click() {
 void MainForm::CmdDrctPrc_Click() {
     visitedFolders_.clear();
     if (ctl("Combo1").caption.empty()) {
-        ports_.prompts.message("Please set the file extension!", Prompts::Buttons::OK,
-                               Prompts::Icon::Exclamation);
+        prompts().message("Please set the file extension!", Prompts::Buttons::OK,
+                          Prompts::Icon::Exclamation);
         runRefused = true;
         Form_Load();
         return;
@@ -270,8 +270,8 @@ void MainForm::CmdDrctPrc_Click() {
     endRun();
     setFolder(start);
     if (stripped) {
-        ports_.prompts.message("Stripping HTML Tags processing is finished!", Prompts::Buttons::OK,
-                               Prompts::Icon::Information);
+        prompts().message("Stripping HTML Tags processing is finished!", Prompts::Buttons::OK,
+                          Prompts::Icon::Information);
     }
     Form_Load();
 }
@@ -313,8 +313,8 @@ void MainForm::processFolderFiles() {
 void MainForm::cmdprocessmail_Click() {
     runRefused = false;
     if (ctl("List2").items.empty()) {
-        ports_.prompts.message("There is no file to be processed", Prompts::Buttons::OK,
-                               Prompts::Icon::None);
+        prompts().message("There is no file to be processed", Prompts::Buttons::OK,
+                          Prompts::Icon::None);
         runRefused = true;
         return;
     }
@@ -330,7 +330,7 @@ void MainForm::cmdprocessmail_Click() {
     options.intUseTime = intUseTime;
     intSetupFailed = 0;
     if (!mail_->SetUpMailListRun(options, arrColumns, objWF)) {
-        ports_.prompts.message(
+        prompts().message(
             "Some Keywords are same, please check the current Keywords and make sure they are "
             "unique.",
             Prompts::Buttons::OK, Prompts::Icon::Critical);
@@ -355,7 +355,7 @@ void MainForm::cmdprocessmail_Click() {
             mail_->ProcessMailFile(engine_.strScanText, path, *rstWF, intCancel);
         } catch (const OverflowError& e) {
             // A counter ran past 32,767: the run stops, keeping what it found.
-            ports_.prompts.message(e.description(), Prompts::Buttons::OK, Prompts::Icon::Critical);
+            prompts().message(e.description(), Prompts::Buttons::OK, Prompts::Icon::Critical);
             stopRun = true;
             return;
         } catch (const RunError& e) {

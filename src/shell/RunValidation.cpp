@@ -155,8 +155,8 @@ void MainForm::cmdProcessAll_Click() {
     } else if (ctl("Option4").value == 1) {
         cmdprocessmail_Click();
     } else {
-        ports_.prompts.message("You must select a function at Main Page.", Prompts::Buttons::OK,
-                               Prompts::Icon::None);
+        prompts().message("You must select a function at Main Page.", Prompts::Buttons::OK,
+                          Prompts::Icon::None);
         runRefused = true;
         return;
     }
@@ -167,17 +167,17 @@ void MainForm::cmdProcessAll_Click() {
 void MainForm::PrepareRun() {
     intSetupFailed = 0;
     if (intUseEmail + intUseWebSite + intUseKeyword + intUseStrip + intUseMailTo == 0) {
-        ports_.prompts.message("There is no process setting, so the files can not be process.",
-                               Prompts::Buttons::OK, Prompts::Icon::None);
+        prompts().message("There is no process setting, so the files can not be process.",
+                          Prompts::Buttons::OK, Prompts::Icon::None);
         intSetupFailed = 1;
         return;
     }
     if (ctl("ChkStrip").value == 1) {
-        if (ports_.prompts.message("When Stripping HTML Tags processing is finished, please "
-                                   "select a directory to save the results.",
-                                   Prompts::Buttons::OKCancel,
-                                   Prompts::Icon::None) == Prompts::Answer::OK) {
-            strStripDir = ports_.prompts.stripDirectory(ctl("Dir1").path).value_or("");
+        if (prompts().message("When Stripping HTML Tags processing is finished, please "
+                              "select a directory to save the results.",
+                              Prompts::Buttons::OKCancel,
+                              Prompts::Icon::None) == Prompts::Answer::OK) {
+            strStripDir = prompts().stripDirectory(ctl("Dir1").path).value_or("");
         } else {
             // No output directory chosen: the run strips nothing.
             strStripDir.clear();
@@ -185,7 +185,7 @@ void MainForm::PrepareRun() {
         return;
     }
     if (intUseKeyword > 0 && rstKeyWord->empty()) {
-        ports_.prompts.message(
+        prompts().message(
             "While you want to have the files processed by KeyWord, there should have KeyWord.",
             Prompts::Buttons::OK, Prompts::Icon::None);
         intSetupFailed = 1;
@@ -226,7 +226,7 @@ void MainForm::PrepareRun() {
         return;
     }
     intDupField = 0;
-    ports_.prompts.message(
+    prompts().message(
         "Some Keywords are same, please check the current Keywords and make sure they are "
         "unique.",
         Prompts::Buttons::OK, Prompts::Icon::Critical);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ public:
     Answer message(const std::string& text, Buttons buttons, Icon icon,
                    const std::string& title) override {
         shown.push_back({text, buttons, icon, title});
+        if (onShow) {
+            onShow(text);
+        }
         if (buttons == Buttons::OK) {
             return Answer::OK;
         }
@@ -46,6 +50,9 @@ public:
     }
     int problem(const std::string& text) override {
         problems.push_back(text);
+        if (onShow) {
+            onShow(text);
+        }
         if (problemAnswers.empty()) {
             return ProblemIgnore;
         }
@@ -87,6 +94,8 @@ public:
         return out;
     }
 
+    // Runs as a message box or the problem dialog opens, with its text.
+    std::function<void(const std::string&)> onShow;
     std::vector<Shown> shown;
     std::deque<Answer> answers;
     std::deque<std::optional<std::string>> openPaths;

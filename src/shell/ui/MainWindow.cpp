@@ -56,11 +56,17 @@ QColor ColourOf(Colour c, const QPalette& palette, bool background) {
 }  // namespace
 
 template <typename F>
-void MainWindow::act(F&& action) {
+void MainWindow::act(const std::string& source, F&& action) {
     if (syncing_) {
         return;
     }
     action();
+    // The widget the user touched may already show a state the form did not
+    // take (a click ignored during a run, a selected option clicked again), so
+    // it is brought back to the form's state along with what changed.
+    if (form_.controls.has(source)) {
+        form_.controls[source];
+    }
     sync();
 }
 
@@ -92,7 +98,7 @@ MainWindow::MainWindow(MainForm& form, QWidget* parent) : QMainWindow(parent), f
     grid->setAlternatingRowColors(true);
     widgets_["DataGrid1"] = grid;
     connect(grid->horizontalHeader(), &QHeaderView::sectionClicked, this,
-            [this](int column) { act([&] { form_.DataGrid1_HeadClick(column); }); });
+            [this](int column) { act("DataGrid1", [&] { form_.DataGrid1_HeadClick(column); }); });
     column->addWidget(grid, 2);
     setCentralWidget(central);
 
@@ -101,7 +107,16 @@ MainWindow::MainWindow(MainForm& form, QWidget* parent) : QMainWindow(parent), f
     resize(1180, 820);
 
     form_.requestClose = [this] { close(); };
+    form_.beforeDialog = [this] { sync(); };
     syncAll();
+}
+
+void MainWindow::mouseUp(const std::string& name) {
+    if (name == "CmdAdd") {
+        form_.CmdAdd_MouseUp();
+    } else {
+        form_.CmdDele_MouseUp();
+    }
 }
 
 QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
@@ -111,16 +126,30 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
     switch (info.kind) {
         case ControlKind::Button: {
             auto* b = new QPushButton(caption, parent);
-            connect(b, &QPushButton::clicked, this,
-                    [this, name] { act([&] { form_.click(name); }); });
-            // The mouse-up work of ">>" and "Deselect" follows their click.
-            if (name == "CmdAdd") {
-                connect(b, &QPushButton::released, this, [this] {
-                    QTimer::singleShot(0, this, [this] { act([&] { form_.CmdAdd_MouseUp(); }); });
+            connect(b, &QPushButton::clicked, this, [this, name] {
+                act(name, [&] {
+                    inClick_ = true;
+                    form_.click(name);
+                    inClick_ = false;
+                    // The mouse-up work of ">>" and "Deselect" comes after
+                    // their click has moved the files.
+                    if (mouseUpPending_ == name) {
+                        mouseUpPending_.clear();
+                        mouseUp(name);
+                    }
                 });
-            } else if (name == "CmdDele") {
-                connect(b, &QPushButton::released, this, [this] {
-                    QTimer::singleShot(0, this, [this] { act([&] { form_.CmdDele_MouseUp(); }); });
+            });
+            if (name == "CmdAdd" || name == "CmdDele") {
+                // Qt reports the release before the click; a release without
+                // a click (the pointer left the button) still counts.
+                connect(b, &QPushButton::released, this, [this, name] {
+                    mouseUpPending_ = name;
+                    QTimer::singleShot(0, this, [this, name] {
+                        if (mouseUpPending_ == name && !inClick_) {
+                            mouseUpPending_.clear();
+                            act(name, [&] { mouseUp(name); });
+                        }
+                    });
                 });
             }
             w = b;
@@ -129,7 +158,7 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
         case ControlKind::CheckBox: {
             auto* b = new QCheckBox(caption, parent);
             connect(b, &QCheckBox::clicked, this,
-                    [this, name] { act([&] { form_.click(name); }); });
+                    [this, name] { act(name, [&] { form_.click(name); }); });
             w = b;
             break;
         }
@@ -137,7 +166,7 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             auto* b = new QRadioButton(caption, parent);
             b->setAutoExclusive(false);
             connect(b, &QRadioButton::clicked, this,
-                    [this, name] { act([&] { form_.click(name); }); });
+                    [this, name] { act(name, [&] { form_.click(name); }); });
             w = b;
             break;
         }
@@ -153,17 +182,26 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             // The tooltip shows the whole entry under the pointer.
             connect(list, &QListWidget::itemEntered, list,
                     [list](QListWidgetItem* item) { list->setToolTip(item->text()); });
+            // A key or a click moves the selection and the current row
+            // together; the form takes both at once, so showing its state
+            // after the first signal cannot put the old current row back.
             connect(list, &QListWidget::itemSelectionChanged, this, [this, list, name] {
-                act([&] {
+                act(name, [&] {
                     std::vector<int> rows;
                     for (auto* item : list->selectedItems()) {
                         rows.push_back(list->row(item));
                     }
                     form_.setSelection(name, rows);
+                    if (list->currentRow() != form_.ctl(name).listIndex) {
+                        form_.setListIndex(name, list->currentRow());
+                    }
                 });
             });
-            connect(list, &QListWidget::currentRowChanged, this,
-                    [this, name](int row) { act([&] { form_.setListIndex(name, row); }); });
+            connect(list, &QListWidget::currentRowChanged, this, [this, name](int row) {
+                if (row != form_.ctl(name).listIndex) {
+                    act(name, [&] { form_.setListIndex(name, row); });
+                }
+            });
             w = list;
             break;
         }
@@ -171,10 +209,10 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             auto* combo = new QComboBox(parent);
             combo->setEditable(true);
             connect(combo, &QComboBox::textActivated, this, [this](const QString& text) {
-                act([&] { form_.Combo1_Change(text.toStdString()); });
+                act("Combo1", [&] { form_.Combo1_Change(text.toStdString()); });
             });
             connect(combo->lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
-                act([&] { form_.Combo1_Change(text.toStdString()); });
+                act("Combo1", [&] { form_.Combo1_Change(text.toStdString()); });
             });
             w = combo;
             break;
@@ -182,7 +220,7 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
         case ControlKind::Drive: {
             auto* combo = new QComboBox(parent);
             connect(combo, &QComboBox::textActivated, this, [this](const QString& text) {
-                act([&] { form_.Drive1_Change(text.toStdString()); });
+                act("Drive1", [&] { form_.Drive1_Change(text.toStdString()); });
             });
             w = combo;
             break;
@@ -190,7 +228,7 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
         case ControlKind::Folder: {
             auto* tree = new FolderTree(parent);
             connect(tree, &FolderTree::folderChosen, this, [this](const QString& path) {
-                act([&] { form_.setFolder(path.toStdString()); });
+                act("Dir1", [&] { form_.setFolder(path.toStdString()); });
             });
             w = tree;
             break;
@@ -331,7 +369,7 @@ void MainWindow::buildMenus() {
             a->setCheckable(name == "mnuHtml" || name == "mnuEmail" || name == "mnuWeb" ||
                             name == "mnuMailto");
             connect(a, &QAction::triggered, this,
-                    [this, name] { act([&] { form_.click(name); }); });
+                    [this, name] { act(name, [&] { form_.click(name); }); });
             widgets_[name] = a;
         }
     }
@@ -353,7 +391,7 @@ void MainWindow::buildToolbar() {
         a->setObjectName(QString("Toolbar1_") + key);
         const std::string k = key;
         connect(a, &QAction::triggered, this,
-                [this, k] { act([&] { form_.Toolbar1_ButtonClick(k); }); });
+                [this, k] { act("Toolbar1", [&] { form_.Toolbar1_ButtonClick(k); }); });
     }
 }
 

@@ -37,13 +37,17 @@ private:
     void buildToolbar();
     QWidget* make(const std::string& name, QWidget* parent);
     void apply(const std::string& name);
-    // Runs a user action on the form, then shows its outcome.
+    // Runs a user action on the control `source`, then shows its outcome.
     template <typename F>
-    void act(F&& action);
+    void act(const std::string& source, F&& action);
+    // The mouse-up work of ">>" and "Deselect".
+    void mouseUp(const std::string& name);
 
     MainForm& form_;
     std::map<std::string, QObject*> widgets_;
     ResultGridModel gridModel_;
     uint64_t seenBindings_ = 0;
     bool syncing_ = false;
+    bool inClick_ = false;
+    std::string mouseUpPending_;
 };
