@@ -1,5 +1,6 @@
 #include "clsKeyWord.h"
 
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -26,8 +27,12 @@ clsKeyWord::clsKeyWord(const std::string& strKeyOpenFile)
     if (strKeyOpenFile.empty()) {
         return;
     }
-    // A read error (a folder, a device) ends the reading: the lines read so
-    // far are kept.
+    // Only a regular file is read: a folder, a device or a pipe could block or
+    // never end. A read error ends the reading; the lines read so far are kept.
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(strKeyOpenFile, ec)) {
+        return;
+    }
     std::ifstream in(strKeyOpenFile, std::ios::binary);
     std::string bytes;
     char buffer[65536];
@@ -35,22 +40,21 @@ clsKeyWord::clsKeyWord(const std::string& strKeyOpenFile)
         bytes.append(buffer, static_cast<size_t>(in.gcount()));
     }
 
-    // Lines end at LF; the CR of a CR LF pair is dropped. Text after the last
-    // LF is a line of its own only when it is not empty, so a file that ends
+    // Lines end at CR LF, at CR alone or at LF alone. Text after the last line
+    // end is a line of its own only when it is not empty, so a file that ends
     // with its line break has no extra empty record.
     size_t start = 0;
     while (start < bytes.size()) {
-        size_t end = bytes.find('\n', start);
-        const bool lastLine = end == std::string::npos;
-        if (lastLine) {
+        size_t end = bytes.find_first_of("\r\n", start);
+        if (end == std::string::npos) {
             end = bytes.size();
         }
-        std::string line = bytes.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        AddLine(*rstKeyWord, line);
+        AddLine(*rstKeyWord, bytes.substr(start, end - start));
         start = end + 1;
+        if (end < bytes.size() && bytes[end] == '\r' && start < bytes.size() &&
+            bytes[start] == '\n') {
+            ++start;
+        }
     }
 }
 

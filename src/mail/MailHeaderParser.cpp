@@ -94,8 +94,9 @@ void MailHeaderParser::Reset(const MailListOptions& options) {
 // Header positions are kept in size_t rather than in 16 bits: a header that
 // stands beyond character 32,767 of a long message is found like any other
 // instead of ending the file with an overflow.
-void MailHeaderParser::ExtractHeader(const std::string& text) {
-    strWorkCopy_ = JoinCommaWraps(text);
+void MailHeaderParser::ExtractHeader(std::string& text) {
+    text = JoinCommaWraps(text);
+    strWorkCopy_ = text;
     workStart_ = 0;
     if (intEveryOccurrence == 1) {
         ExtractEveryHeader();

@@ -33,8 +33,10 @@ public:
 
     // Looks for `strHeaderName` in `text` and adds the rows it yields: the
     // first occurrence only, or every occurrence when intEveryOccurrence is 1.
-    // Address headers wrapped after a comma (comma, CR, LF) are joined first.
-    void ExtractHeader(const std::string& text);
+    // Address headers wrapped after a comma (comma, CR, LF) are joined first,
+    // in `text` itself: the joining stays for the later header names of the
+    // same file, and each call joins again what the last one formed.
+    void ExtractHeader(std::string& text);
 
     // The every-occurrence search over the working copy that ExtractHeader
     // prepared: every header line of the current name in the whole text.

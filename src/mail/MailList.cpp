@@ -90,7 +90,7 @@ bool MailList::SetUpMailListRun(const MailListOptions& options,
 // method returns at once, keeping every record written so far as it stands;
 // the end-of-file deletion and the duplicate removal belong to a finished
 // file and are not made.
-void MailList::ProcessMailFile(const std::string& strScanText, const std::string& strCurFile,
+void MailList::ProcessMailFile(std::string& strScanText, const std::string& strCurFile,
                                ResultTable& rstWF, const int16_t& intCancel) {
     State& s = *state_;
     MailHeaderParser& parser = s.parser;

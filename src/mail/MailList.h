@@ -49,7 +49,7 @@ public:
     // (as one wrapped after a comma with bare line feeds does) leaves a
     // negative count of characters and throws InvalidArgumentError; the
     // driver reports it for the file and goes on.
-    void ProcessMailFile(const std::string& strScanText, const std::string& strCurFile,
+    void ProcessMailFile(std::string& strScanText, const std::string& strCurFile,
                          ResultTable& rstWF, const int16_t& intCancel);
 
     void RemoveDuplicateRecords(ResultTable& rstWF);

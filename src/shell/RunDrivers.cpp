@@ -97,7 +97,10 @@ MainForm::FileText MainForm::readFile(const std::string& path, const FrameWordin
     std::error_code ec;
     const uintmax_t size = fs::file_size(path, ec);
     controls["LblProgress"].caption = path + " ( " + KiloText(ec ? 0 : size) + "k )";
-    if (fs::is_directory(path, ec)) {
+    // A folder, a device or a pipe cannot be read as a file: opening a pipe
+    // would wait for a writer, and a device may never end.
+    const fs::file_status status = fs::status(path, ec);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
         reportFailure(path, 75, "Path/File access error", w);
         return FileText::Failed;
     }

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -43,6 +45,10 @@ INSTANTIATE_TEST_SUITE_P(
                  {{"a", "1"}, {"", ""}, {"b", "2"}}},
         ReadCase{"LastLineWithoutLineEndCounts", "a\t1\r\nb\t2", {{"a", "1"}, {"b", "2"}}},
         ReadCase{"BareLineFeedsEndLinesToo", "a\t1\nb\t2\n", {{"a", "1"}, {"b", "2"}}},
+        ReadCase{"CarriageReturnsAloneEndLines", "a\t1\rb\t2\r", {{"a", "1"}, {"b", "2"}}},
+        ReadCase{"MixedLineEnds",
+                 "a\t1\r\rb\t2\nc\t3\r\n\n",
+                 {{"a", "1"}, {"", ""}, {"b", "2"}, {"c", "3"}, {"", ""}}},
         ReadCase{"EmptyFileHasNoRecords", "", {}},
         ReadCase{"LoneLineEndIsOneEmptyRecord", "\r\n", {{"", ""}}},
         ReadCase{"EmptyFieldsAroundTab", "\t\r\n", {{"", ""}}},
@@ -56,7 +62,12 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(KeywordFileRead, MissingOrUnnamedFileGivesEmptyUsableSet) {
     TempDir dir;
-    for (const std::string& path : {dir.file("absent.txt"), std::string(), dir.path()}) {
+    // A folder, a device and a pipe are not read at all: they could block or
+    // never end.
+    const std::string fifo = dir.file("pipe");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& path :
+         {dir.file("absent.txt"), std::string(), dir.path(), std::string("/dev/zero"), fifo}) {
         clsKeyWord set(path);
         ASSERT_NE(set.rstKeyWord, nullptr);
         EXPECT_TRUE(set.rstKeyWord->empty()) << path;

@@ -129,8 +129,8 @@ TEST(SplitRecipientList, CommaAtTheVeryEndIsAnInvalidArgument) {
     // The rest after a final comma would be a negative count of characters.
     // Only comma-CR-LF wraps are joined, so a header wrapped after a comma in
     // a file with bare line feeds ends in a comma and fails this way.
-    for (const std::string text : {"To: a@example.com, b@example.com,\n c@example.com\n",
-                                   "To: a@example.com, b@example.com,   \n"}) {
+    for (std::string text : {"To: a@example.com, b@example.com,\n c@example.com\n",
+                             "To: a@example.com, b@example.com,   \n"}) {
         MailHeaderParser parser = ParserFor("To:");
         EXPECT_THROW(parser.ExtractHeader(text), InvalidArgumentError);
         EXPECT_EQ(People(parser), (std::vector<Person>{{"", "a@example.com"}}));
@@ -161,7 +161,8 @@ std::vector<std::string> Values(const MailHeaderParser& parser) {
 
 TEST_P(ExtractHeaderCases, FindsHeaderLinesAndTheirValues) {
     MailHeaderParser parser = ParserFor(GetParam().header, GetParam().every);
-    parser.ExtractHeader(GetParam().text);
+    std::string text = GetParam().text;
+    parser.ExtractHeader(text);
     EXPECT_EQ(Values(parser), GetParam().values);
 }
 
@@ -197,17 +198,37 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ExtractHeader, FindsHeadersBeyondSixteenBitPositions) {
     MailHeaderParser parser = ParserFor("Subject:", 1);
     const std::string filler(70000, 'x');
-    parser.ExtractHeader("Subject: early\n" + filler + "\nSubject: late\n");
+    std::string text = "Subject: early\n" + filler + "\nSubject: late\n";
+    parser.ExtractHeader(text);
     EXPECT_EQ(Values(parser), (std::vector<std::string>{" early", " late"}));
 }
 
 TEST(ExtractHeader, WorkingTableValuesAreCutTo100Characters) {
     MailHeaderParser parser = ParserFor("Subject:");
-    parser.ExtractHeader("Subject:" + std::string(150, 's') + "\n");
+    std::string subject = "Subject:" + std::string(150, 's') + "\n";
+    parser.ExtractHeader(subject);
     EXPECT_EQ(Values(parser), (std::vector<std::string>{std::string(100, 's')}));
     parser.strHeaderName = "To:";
-    parser.ExtractHeader("To: " + std::string(120, 'n') + "@example.com\n");
+    std::string to = "To: " + std::string(120, 'n') + "@example.com\n";
+    parser.ExtractHeader(to);
     EXPECT_EQ(parser.rstRecipients.value(0, 1).size(), 100u);
+}
+
+TEST(ExtractHeader, JoinedWrapsStayForTheLaterHeaderNamesOfTheFile) {
+    // Each call joins comma-CR-LF in the file's own text, so a header line
+    // ending in a comma before a blank line reaches the next line on the
+    // second call.
+    MailHeaderParser parser = ParserFor("From:");
+    std::string text = "From: a@example.com\r\nSubject: hello,\r\n\r\nSent: Monday\r\n";
+    parser.ExtractHeader(text);
+    EXPECT_EQ(text, "From: a@example.com\r\nSubject: hello,\r\nSent: Monday\r\n");
+    parser.strHeaderName = "Subject:";
+    parser.ExtractHeader(text);
+    parser.strHeaderName = "Sent:";
+    parser.ExtractHeader(text);
+    EXPECT_EQ(text, "From: a@example.com\r\nSubject: hello,Sent: Monday\r\n");
+    EXPECT_EQ(Values(parser),
+              (std::vector<std::string>{" hello,Sent: Monday\r", " Monday\r", "|a@example.com\r"}));
 }
 
 }  // namespace

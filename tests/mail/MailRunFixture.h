@@ -37,7 +37,7 @@ struct MailRun {
     explicit MailRun(const MailListOptions& options) : mail(pump, clock) {
         set_up = mail.SetUpMailListRun(options, arrColumns, objWF);
     }
-    void Process(const std::string& text, const std::string& fileName = "message.eml") {
+    void Process(std::string text, const std::string& fileName = "message.eml") {
         mail.ProcessMailFile(text, fileName, table(), intCancel);
     }
     ResultTable& table() { return *objWF->rstWF; }

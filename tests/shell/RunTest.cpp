@@ -89,10 +89,12 @@ TEST_F(Run, FilesThatCannotBeReadAreReportedAndTheNextOnesProcessed) {
     const std::string missing = file("missing.txt");
     const std::string folder = file("sub");
     std::filesystem::create_directory(folder);
+    const std::string pipe = file("pipe");  // opening it would wait for a writer
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const std::string empty = write("empty.txt", "");
     const std::string good = write("good.txt", std::string("a\0b ann@x.org \x01\xff", 16));
     tickEmailWithNameAndTime();
-    choose({missing, folder, empty, good});
+    choose({missing, folder, pipe, "/dev/zero", empty, good});
     prompts.savePaths = {file("out.txt")};
     form.click("cmdProcessAll");
     EXPECT_EQ(prompts.texts(),
@@ -101,6 +103,10 @@ TEST_F(Run, FilesThatCannotBeReadAreReportedAndTheNextOnesProcessed) {
                       "' has problem: 53,File not found\r\n So, it can not be processed!",
                   "The file '" + folder +
                       "' has problem: 75,Path/File access error\r\n So, it can not be processed!",
+                  "The file '" + pipe +
+                      "' has problem: 75,Path/File access error\r\n So, it can not be processed!",
+                  "The file '/dev/zero' has problem: 75,Path/File access error\r\n So, it can "
+                  "not be processed!",
                   notAppropriate(empty), kSaveQuestion}));
     EXPECT_EQ(ReadBytes(file("out.txt")), "ann@x.org\t\t" + good + "\tMar-7-26 9:05\r\n");
 }
