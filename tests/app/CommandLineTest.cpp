@@ -1,6 +1,7 @@
 // The command line as a process: options, exit status, output and messages.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <QProcess>
 
 #include <algorithm>
@@ -58,9 +59,10 @@ TEST_P(Usage, ExitsWithStatusTwoAndTheUsageText) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, Usage,
     ::testing::Values(
-        UsageCase{"UnknownOption", {"--bogus", "FILE"}, "unknown option --bogus"},
-        UsageCase{"MissingValue", {"FILE", "--keywords"}, "missing value for --keywords"},
+        UsageCase{"UnknownOption", {"--bogus", "FILE"}, "Unknown option 'bogus'"},
+        UsageCase{"MissingValue", {"FILE", "--keywords"}, "Missing value after '--keywords'"},
         UsageCase{"NoPath", {"--email"}, "no PATH"},
+        UsageCase{"EmptyPath", {"--email", ""}, "an empty PATH"},
         UsageCase{"KeywordsAfterEmail",
                   {"--email", "--keywords", "FILE", "FILE"},
                   "--keywords conflicts with --email"},
@@ -110,6 +112,91 @@ TEST(CommandLine, RefusedRunExitsWithStatusOne) {
     EXPECT_EQ(
         r.err,
         "While you want to have the files processed by KeyWord, there should have KeyWord.\n");
+}
+
+// A run that its checks refuse, or whose result file cannot be written,
+// leaves an existing result file as it was.
+struct OutputCase {
+    const char* name;
+    // OUT: the -o file; KEYS: a keyword file with a repeated name; DIR: the
+    // folder of both; PAGE: a text with an address.
+    std::vector<std::string> args;
+    int status;
+    const char* err;  // the start of standard error
+};
+
+class Output : public ::testing::TestWithParam<OutputCase> {};
+
+TEST_P(Output, ExistingResultFileIsLeftAloneUnlessTheRunWritesIt) {
+    TempDir dir;
+    const std::string out = dir.write("out.txt", "earlier results\r\n");
+    const std::string keys = dir.write("keys.txt", " a \t1\r\n a \t2\r\n");
+    std::vector<std::string> args = GetParam().args;
+    const std::string page = dir.write("page.txt", "mail ann@x.org\n");
+    for (auto& a : args) {
+        a = a == "OUT"    ? out
+            : a == "KEYS" ? keys
+            : a == "DIR"  ? dir.path()
+            : a == "PAGE" ? page
+                          : a;
+    }
+    Result r = Gleanmark(args);
+    EXPECT_EQ(r.status, GetParam().status) << r.err;
+    EXPECT_EQ(r.err.rfind(GetParam().err, 0), 0u) << r.err;
+    EXPECT_EQ(ReadBytes(out), "earlier results\r\n");
+    EXPECT_EQ(r.out, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, Output,
+    ::testing::Values(
+        OutputCase{"RepeatedKeywords",
+                   {"--keywords", "KEYS", "-o", "OUT", "PAGE"},
+                   1,
+                   "Some Keywords are same, please check"},
+        OutputCase{
+            "NoFunction", {"--files", "-o", "OUT", "PAGE"}, 1, "There is no process setting"},
+        OutputCase{"KeywordFileThatIsADevice",
+                   {"--keywords", "/dev/zero", "-o", "OUT", "PAGE"},
+                   1,
+                   "The keyword file '/dev/zero' can not be read.\nWhile you want"},
+        OutputCase{"EmptyExtension",
+                   {"--email", "--ext", "", "--directory", "DIR", "-o", "OUT"},
+                   1,
+                   "Please set the file extension!"},
+        OutputCase{"OutputIsAFolder",
+                   {"--email", "--file-name", "-o", "DIR", "PAGE"},
+                   3,
+                   "The processing is finished, do you want to save the results?\ngleanmark: "
+                   "the result file '"},
+        OutputCase{"OutputInAMissingFolder",
+                   {"--email", "--file-name", "-o", "/nonexistent-gleanmark/out.txt", "PAGE"},
+                   3,
+                   "The processing is finished, do you want to save the results?\ngleanmark: "
+                   "the result file '/nonexistent-gleanmark/out.txt' can not be written"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(CommandLine, EmptyStripFolderStripsNothing) {
+    TempDir dir;
+    const std::string page = dir.write("index.htm", "<p>Hello</p>");
+    Result r = Gleanmark({"--strip", "", page}, dir.path());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err,
+              "When Stripping HTML Tags processing is finished, please select a directory to save "
+              "the results.\n");
+    EXPECT_FALSE(std::filesystem::exists(dir.file("indexhtm.txt")));
+}
+
+TEST(CommandLine, APipeInTheListIsReportedAndTheOthersProcessed) {
+    TempDir dir;
+    const std::string pipe = dir.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::string good = dir.write("good.txt", "mail ann@x.org\n");
+    Result r = Gleanmark({"--email", "--file-name", "--process-time", pipe, good});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err.rfind("The file '" + pipe + "' has problem: 75,Path/File access error", 0), 0u)
+        << r.err;
+    EXPECT_EQ(r.out.rfind("ann@x.org\t", 0), 0u) << r.out;
 }
 
 TEST(CommandLine, FolderRunWithSubFolders) {
@@ -175,7 +262,7 @@ TEST(CommandLine, InterruptCancelsAndStillWritesWhatWasFound) {
     ASSERT_EQ(p.state(), QProcess::Running) << "the run should still be going";
     ::kill(static_cast<pid_t>(p.processId()), SIGINT);
     ASSERT_TRUE(p.waitForFinished(60000));
-    EXPECT_EQ(p.exitCode(), 0);
+    EXPECT_EQ(p.exitCode(), 130);
     const std::string out = p.readAllStandardOutput().toStdString();
     EXPECT_EQ(out.rfind("user0@example.org", 0), 0u);
     EXPECT_NE(p.readAllStandardError().toStdString().find("do you want to save the results?"),
