@@ -1,14 +1,14 @@
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
+#include "EventPump.h"
 #include "KeywordEntryCheck.h"
+#include "RunErrors.h"
 #include "ScanEngine.h"
 #include "TextOps.h"
 
 using textops::FindNoCase;
-using textops::FoldAscii;
 using textops::ReplaceAll;
 using textops::Trim;
 using textops::TrimLeft;
@@ -17,18 +17,16 @@ using textops::TrimRight;
 namespace {
 
 // One position number: a piece that is no number counts as 0; numbers are
-// rounded to whole ones and held within 16 bits.
+// rounded to whole ones. The positions are 16-bit numbers, so one outside
+// -32768..32767 overflows.
 int16_t PositionNumber(std::string_view piece) {
     const std::string text(Trim(piece));
     if (!IsNumeric(text)) {
         return 0;
     }
     const double value = std::nearbyint(std::strtod(text.c_str(), nullptr));
-    if (value > INT16_MAX) {
-        return INT16_MAX;
-    }
-    if (value < INT16_MIN) {
-        return INT16_MIN;
+    if (value > INT16_MAX || value < INT16_MIN) {
+        throw OverflowError();
     }
     return static_cast<int16_t>(value);
 }
@@ -44,42 +42,7 @@ std::vector<int16_t> ParsePositions(std::string_view text) {
     return positions;
 }
 
-std::string Folded(std::string_view text) {
-    std::string folded(text);
-    for (char& c : folded) {
-        c = FoldAscii(c);
-    }
-    return folded;
-}
-
 }  // namespace
-
-const std::vector<std::string>& ScanEngine::CutNames() {
-    // arrKeyNames normally only grows, so the names already seen are kept and
-    // only new entries are looked at; any other change starts afresh.
-    const bool grown =
-        arrKeyNames.size() >= cutNamesSource_.size() &&
-        std::equal(cutNamesSource_.begin(), cutNamesSource_.end(), arrKeyNames.begin());
-    if (!grown) {
-        cutNames_.clear();
-        cutNamesFolded_.clear();
-        cutNamesSource_.clear();
-    }
-    for (size_t i = cutNamesSource_.size(); i < arrKeyNames.size(); ++i) {
-        cutNamesSource_.push_back(arrKeyNames[i]);
-        const std::string_view name = Trim(arrKeyNames[i]);
-        if (name.empty()) {
-            continue;
-        }
-        std::string folded = Folded(name);
-        if (std::find(cutNamesFolded_.begin(), cutNamesFolded_.end(), folded) ==
-            cutNamesFolded_.end()) {
-            cutNames_.emplace_back(name);
-            cutNamesFolded_.push_back(std::move(folded));
-        }
-    }
-    return cutNames_;
-}
 
 // The words at the wanted positions after the next occurrence of the keyword.
 // Walking the words, each word taken is removed from the rest of the text
@@ -98,7 +61,6 @@ std::string ScanEngine::ScanKeyword(const KeywordRecord& keyword, bool cutAtName
         return {};
     }
     SetScanPos(found);
-    const std::vector<std::string>* names = cutAtNames ? &CutNames() : nullptr;
 
     std::string rest(TrimLeft(std::string_view(strScanText).substr(found + keyword.Name.size())));
     std::string result;
@@ -107,9 +69,15 @@ std::string ScanEngine::ScanKeyword(const KeywordRecord& keyword, bool cutAtName
     for (int w = 1; w <= highest; ++w) {
         const size_t space = rest.find(' ');
         std::string word = space == std::string::npos ? std::string() : rest.substr(0, space);
-        if (names != nullptr) {
-            // The word ends where another keyword begins.
-            for (const std::string& name : *names) {
+        if (cutAtNames) {
+            // The word ends where another keyword begins. The names are
+            // applied in their order: each cut shortens the word the next
+            // name is sought in.
+            for (const std::string& entry : arrKeyNames) {
+                const std::string_view name = Trim(entry);
+                if (name.empty()) {
+                    continue;
+                }
                 const size_t at = FindNoCase(word, name);
                 if (at != std::string::npos) {
                     word.resize(at);
@@ -129,6 +97,14 @@ std::string ScanEngine::ScanKeyword(const KeywordRecord& keyword, bool cutAtName
         }
         ReplaceAll(rest, word, "");
         rest.erase(0, rest.size() - TrimLeft(rest).size());
+        // A long walk over a big text takes a while: let Cancel in now and
+        // then, and stop the walk when it was pressed.
+        if (w % kWalkYieldEvery == 0) {
+            pump_.yield();
+            if (intCancel == 1) {
+                break;
+            }
+        }
     }
     result.resize(TrimRight(result).size());
 

@@ -1,3 +1,5 @@
+#include <unordered_map>
+
 #include "Clock.h"
 #include "EventPump.h"
 #include "ProgressBar.h"
@@ -5,7 +7,9 @@
 #include "ScanEngine.h"
 #include "TextOps.h"
 
+using textops::FoldAscii;
 using textops::ReplaceAll;
+using textops::Trim;
 
 namespace {
 
@@ -20,6 +24,26 @@ void Put(ResultTable& rstWF, size_t row, size_t column, const std::string& value
 int RowCountdown(const std::vector<std::string>& arrColumns) {
     return static_cast<int>(arrColumns.size()) - 2;
 }
+
+// The keyword records by name, each name's records in table order, so a
+// column finds its keywords without walking the whole set.
+class KeywordsByName {
+public:
+    explicit KeywordsByName(const KeywordTable& rstKeyWord) {
+        const auto& records = rstKeyWord.records();
+        for (size_t i = 0; i < records.size(); ++i) {
+            byName_[records[i].Name].push_back(i);
+        }
+    }
+    const std::vector<size_t>& operator[](const std::string& name) const {
+        static const std::vector<size_t> kNone;
+        const auto it = byName_.find(name);
+        return it == byName_.end() ? kNone : it->second;
+    }
+
+private:
+    std::unordered_map<std::string, std::vector<size_t>> byName_;
+};
 
 }  // namespace
 
@@ -43,6 +67,32 @@ void ScanEngine::PrepareText() {
 
 // Fills an "Email", "WebSite" or "MailTo" column from its scanner (other
 // columns are left alone); false when the run was cancelled.
+void ScanEngine::AddKeyNames(const KeywordTable& rstKeyWord) {
+    const auto key = [](const std::string& name) {
+        std::string folded(Trim(name));
+        for (char& c : folded) {
+            c = FoldAscii(c);
+        }
+        return folded;
+    };
+    if (keyNamesCovered_ != arrKeyNames.size()) {
+        // The list was replaced from outside: learn it afresh.
+        keyNamesSeen_.clear();
+        for (const std::string& name : arrKeyNames) {
+            keyNamesSeen_.insert(key(name));
+        }
+    }
+    // A name met again cuts nothing more: the word is already cut in front of
+    // its first occurrence. Names that are only spaces never cut.
+    for (const KeywordRecord& keyword : rstKeyWord.records()) {
+        std::string folded = key(keyword.Name);
+        if (!folded.empty() && keyNamesSeen_.insert(std::move(folded)).second) {
+            arrKeyNames.push_back(keyword.Name);
+        }
+    }
+    keyNamesCovered_ = arrKeyNames.size();
+}
+
 bool ScanEngine::StoreAddress(ResultTable& rstWF, size_t row, size_t column,
                               const std::string& name, int& remaining) {
     if (name == "Email") {
@@ -64,6 +114,7 @@ bool ScanEngine::StoreAddress(ResultTable& rstWF, size_t row, size_t column,
 void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
                                    const KeywordTable& rstKeyWord) {
     PrepareText();
+    const KeywordsByName keywordsByName(rstKeyWord);
     int remaining = RowCountdown(arrColumns);
     while (remaining > 0) {
         remaining = RowCountdown(arrColumns);
@@ -79,9 +130,8 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
                 return;
             }
             if (intUseKeyword == 1) {
-                for (const KeywordRecord& keyword : rstKeyWord.records()) {
-                    if (keyword.Name == column &&
-                        !StoreScanned(rstWF, row, j, GetKeywordText(keyword), remaining)) {
+                for (size_t k : keywordsByName[column]) {
+                    if (!StoreScanned(rstWF, row, j, GetKeywordText(rstKeyWord[k]), remaining)) {
                         return;
                     }
                 }
@@ -115,29 +165,41 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
     if (intCancel == 1) {
         return;
     }
+    const KeywordsByName keywordsByName(rstKeyWord);
     const size_t row = rstWF.addRow();
+    bool namesAdded = false;
     for (size_t j = 0; j < arrColumns.size(); ++j) {
         pump_.yield();
         const std::string& column = arrColumns[j];
         if (!StoreAddress(rstWF, row, j, column, remaining)) {
             return;
         }
-        for (const KeywordRecord& keyword : rstKeyWord.records()) {
-            arrKeyNames.push_back(keyword.Name);
+        if (!namesAdded) {
+            AddKeyNames(rstKeyWord);
+            namesAdded = true;
         }
-        if (intUseKeyword == 1) {
-            for (const KeywordRecord& keyword : rstKeyWord.records()) {
-                if (column == "ProcessTime") {
-                    Put(rstWF, row, j, ProcessTimeText(clock_.now()));
-                }
-                if (column == "FileName") {
-                    Put(rstWF, row, j, strCurFile);
-                }
-                if (keyword.Name == column &&
-                    !StoreScanned(rstWF, row, j, GetKeywordTextToNext(keyword), remaining)) {
-                    return;
-                }
+        if (intUseKeyword != 1 || rstKeyWord.empty()) {
+            continue;
+        }
+        // Every keyword record writes the file name or the time into their
+        // columns, and the records named like the column write their scanned
+        // text: the last record decides what the cell keeps.
+        const bool fileOrTime = column == "ProcessTime" || column == "FileName";
+        const auto putFileOrTime = [&] {
+            Put(rstWF, row, j,
+                column == "ProcessTime" ? ProcessTimeText(clock_.now()) : strCurFile);
+        };
+        if (fileOrTime) {
+            putFileOrTime();
+        }
+        const std::vector<size_t>& named = keywordsByName[column];
+        for (size_t k : named) {
+            if (!StoreScanned(rstWF, row, j, GetKeywordTextToNext(rstKeyWord[k]), remaining)) {
+                return;
             }
+        }
+        if (fileOrTime && !named.empty() && named.back() + 1 != rstKeyWord.size()) {
+            putFileOrTime();
         }
     }
     progress_.setValue(100.0f);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "KeywordTable.h"
@@ -29,7 +30,13 @@ public:
     bool chkStrip = false;     // "Striping html Tags" ticked
     bool chkFileName = false;  // "FileName" ticked
     bool chkTime = false;      // "ProcessTime" ticked
+    // The keyword names that the second keyword scanner cuts words at: each
+    // name once (ignoring case and surrounding spaces), in the order in which
+    // the keyword run first met it. It lives as long as the engine.
     std::vector<std::string> arrKeyNames;
+
+    // A keyword's word walk lets Cancel in after this many words.
+    static constexpr int kWalkYieldEvery = 64;
 
     // Address scanners: each consumes one marker of strScanText. All three
     // throw InvalidArgumentError when no space follows the marker (the
@@ -60,10 +67,8 @@ private:
     // The shared body of both keyword scanners; `cutAtNames` selects the
     // second one.
     std::string ScanKeyword(const KeywordRecord& keyword, bool cutAtNames);
-    // The keyword names (trimmed, non-empty, one per spelling ignoring case)
-    // that a word of the second keyword scanner is cut at, as arrKeyNames
-    // holds them now.
-    const std::vector<std::string>& CutNames();
+    // Appends the names of `rstKeyWord` that arrKeyNames lacks.
+    void AddKeyNames(const KeywordTable& rstKeyWord);
     // Turns control characters and "quot" into spaces and collapses runs of
     // spaces, the same for both recording routines.
     void PrepareText();
@@ -83,9 +88,10 @@ private:
     EventPump& pump_;
     ProgressBar& progress_;
     Clock& clock_;
-    std::vector<std::string> cutNames_;
-    std::vector<std::string> cutNamesFolded_;
-    std::vector<std::string> cutNamesSource_;  // the arrKeyNames entries behind cutNames_
+    // The folded, trimmed names of arrKeyNames, and how many of its entries
+    // they cover.
+    std::unordered_set<std::string> keyNamesSeen_;
+    size_t keyNamesCovered_ = 0;
 };
 
 // The name of a stripped-text file: the source's file name with every "."

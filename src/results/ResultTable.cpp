@@ -8,25 +8,27 @@ namespace {
 
 using textops::FoldAscii;
 
-bool equalIgnoringCase(const std::string& a, const std::string& b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return FoldAscii(x) == FoldAscii(y);
-           });
-}
-
 bool lessIgnoringCase(const std::string& a, const std::string& b) {
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
         return static_cast<unsigned char>(FoldAscii(x)) < static_cast<unsigned char>(FoldAscii(y));
     });
 }
 
+std::string folded(const std::string& name) {
+    std::string out(name);
+    for (char& c : out) {
+        c = FoldAscii(c);
+    }
+    return out;
+}
+
 }  // namespace
 
 bool ResultTable::appendColumn(const std::string& name) {
-    for (const auto& existing : columns_) {
-        if (equalIgnoringCase(existing, name)) {
-            return false;
-        }
+    // A set of the folded names keeps this quick for tables of many
+    // (keyword) columns.
+    if (!foldedColumns_.insert(folded(name)).second) {
+        return false;
     }
     columns_.push_back(name);
     for (auto& row : rows_) {

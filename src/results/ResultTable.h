@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 // An in-memory table of text columns. Each cell is either unassigned or holds
@@ -45,6 +46,7 @@ public:
 private:
     size_t maxValue_;
     std::vector<std::string> columns_;
+    std::unordered_set<std::string> foldedColumns_;
     std::vector<std::vector<Cell>> rows_;
     std::string sortColumn_;
     uint64_t revision_ = 0;

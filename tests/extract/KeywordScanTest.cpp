@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "EngineRig.h"
+#include "RunErrors.h"
 
 namespace {
 
@@ -42,9 +43,22 @@ INSTANTIATE_TEST_SUITE_P(
         KeywordCase{"NonNumberPieceCountsAsZero", "k a b c ", {"k", "x, 2"}, "", " a b c "},
         KeywordCase{"NoNumbersGiveEmpty", "k a b ", {"k", "abc"}, "", " a b "},
         KeywordCase{"HugePositionOverShortText", "k a b ", {"k", "1, 2, 32767"}, "a b", " a b "},
-        KeywordCase{"PositionBeyond16BitsIsCapped", "k a ", {"k", "1, 99999"}, "a", " a "},
+        KeywordCase{"LowestPositionNumber", "k a ", {"k", "-32768"}, "", " a "},
         KeywordCase{"EmptyNameNeverOccurs", "k a ", {"", "1"}, "", "k a "}),
     [](const auto& info) { return info.param.name; });
+
+// The positions are 16-bit numbers: one beyond that range overflows, also
+// when the keyword does not occur, and the text is left alone.
+TEST(KeywordScanner, PositionBeyond16BitsOverflows) {
+    for (const std::string positions : {"40000", "1, 40000", "-40000", "32767.5", "99999, 2"}) {
+        for (const std::string text : {"k a b ", "no keyword "}) {
+            EngineRig rig(text);
+            EXPECT_THROW(rig.engine.GetKeywordText({"k", positions}), OverflowError) << positions;
+            EXPECT_THROW(rig.engine.GetKeywordTextToNext({"k", positions}), OverflowError);
+            EXPECT_EQ(rig.engine.strScanText, text);
+        }
+    }
+}
 
 TEST(KeywordScanner, RepeatedCallsWalkTheOccurrences) {
     EngineRig rig("k: 1 x K: 2 y ");
@@ -70,6 +84,11 @@ TEST(KeywordScannerToNext, StopsWhereTheNextKeywordBegins) {
         {"x Name: AnnPhone: 555 ", names, "1, 2", "AnnPhone: 555", "Ann"},
         {"x Name: Ann Bo Phone: 555 ", names, "2", "Bo", "Bo"},
         {"x Name: Ann Phone: 555 ", {"", "   "}, "1, 2", "Ann Phone:", "Ann Phone:"},
+        // A name met again cuts nothing more, but the order of the distinct
+        // names counts: each cut shortens the word the next one is sought in.
+        {"x Name: abcd e ", {"cd", "bc"}, "1", "abcd", "ab"},
+        {"x Name: abcd e ", {"bc", "cd"}, "1", "abcd", "a"},
+        {"x Name: abcd e ", {" cd", "bc ", "CD", "cd", " bc", "Cd"}, "1", "abcd", "ab"},
     };
     for (const ToNextCase& c : cases) {
         const KeywordRecord keyword{" Name: ", c.positions};
@@ -94,6 +113,26 @@ TEST(KeywordScannerToNext, FollowsChangesOfTheNameList) {
         rig.engine.strScanText = "x Name: Ann Phone: 555 ";
         rig.engine.arrKeyNames = names;
         EXPECT_EQ(rig.engine.GetKeywordTextToNext(keyword), expected);
+    }
+}
+
+// A long walk lets Cancel in every kWalkYieldEvery words and stops there,
+// keeping the words taken so far and consuming the keyword.
+TEST(KeywordScannerCancel, LongWalkStopsAtItsYield) {
+    std::string text = "k";
+    for (int i = 1; i <= 1000; ++i) {
+        text += " w" + std::to_string(i) + "x";
+    }
+    text += " ";
+    for (bool toNext : {false, true}) {
+        EngineRig rig(text);
+        rig.cancelAt(2);
+        const KeywordRecord keyword{"k", "1, 64, 128, 129, 200, 32767"};
+        const std::string found =
+            toNext ? rig.engine.GetKeywordTextToNext(keyword) : rig.engine.GetKeywordText(keyword);
+        EXPECT_EQ(found, "w1x w64x w128x");
+        EXPECT_EQ(rig.pump.count, 2);
+        EXPECT_EQ(rig.engine.strScanText, text.substr(1));
     }
 }
 

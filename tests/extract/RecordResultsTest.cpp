@@ -173,7 +173,9 @@ TEST_P(RecordKeyword, OneRowPerFileThenCleanUp) {
     }
     rig.engine.RecordKeywordResults(c.columns, table, keywords);
     EXPECT_EQ(RowsOf(table), c.expected);
-    EXPECT_EQ(rig.engine.arrKeyNames.size(), keywords.size() * c.columns.size());
+    const std::vector<std::string> names = {" Name: ", " Phone: "};
+    EXPECT_EQ(rig.engine.arrKeyNames,
+              c.withKeywords && !c.columns.empty() ? names : std::vector<std::string>{});
 }
 
 const std::vector<std::string> kKeywordColumns = {" Name: ", " Phone: ", "FileName", "ProcessTime"};
@@ -213,6 +215,53 @@ INSTANTIATE_TEST_SUITE_P(
                                      {false, false},
                                      {}}),
     [](const auto& info) { return info.param.name; });
+
+// Each keyword record writes the file name or the time into their columns and
+// the records named like the column their text, in table order: the last
+// record decides what the cell keeps.
+TEST(RecordKeyword, LastKeywordRecordDecidesFileNameAndTimeCells) {
+    for (const auto& [names, expected] : std::vector<std::pair<std::vector<std::string>, Rows>>{
+             {{"ProcessTime", " x "}, {{kTime, "f.txt"}}},
+             {{" x ", "ProcessTime"}, {{"abc", "f.txt"}}},
+             {{" x ", "FileName"}, {{kTime, "def"}}}}) {
+        EngineRig rig("ProcessTime abc FileName def ");
+        rig.engine.strCurFile = "f.txt";
+        rig.engine.intUseKeyword = 1;
+        KeywordTable keywords;
+        for (const std::string& name : names) {
+            keywords.add(name, "1");
+        }
+        const std::vector<std::string> columns = {"ProcessTime", "FileName"};
+        ResultTable table = TableOf(columns);
+        rig.engine.RecordKeywordResults(columns, table, keywords);
+        EXPECT_EQ(RowsOf(table), expected);
+    }
+}
+
+// The cut list keeps each name once, in the order the runs first met it,
+// however many columns, files and repeated or re-cased names there are.
+TEST(RecordKeyword, KeywordNamesAreKeptOnceAcrossColumnsAndFiles) {
+    EngineRig rig;
+    rig.engine.intUseKeyword = 1;
+    KeywordTable first;
+    first.add(" Name: ", "1");
+    first.add(" Phone: ", "1");
+    first.add(" NAME: ", "2");
+    first.add("   ", "1");
+    KeywordTable second;
+    second.add("phone:", "1");
+    second.add(" Mail ", "1");
+    const std::vector<std::string> columns = {" Name: ", " Phone: ", "FileName"};
+    for (int file = 0; file < 50; ++file) {
+        rig.engine.strScanText = "x Name: AnnPhone: 555 ";
+        ResultTable table = TableOf(columns);
+        rig.engine.RecordKeywordResults(columns, table, file < 25 ? first : second);
+        if (file == 0) {
+            EXPECT_EQ(table.value(0, 0), "Ann");
+        }
+    }
+    EXPECT_EQ(rig.engine.arrKeyNames, (std::vector<std::string>{" Name: ", " Phone: ", " Mail "}));
+}
 
 TEST(RecordKeywordCancel, LeavesPartialRowWithoutCleanUp) {
     // Yields: 1 before the row, 2 column Email, 3 inside GetEmail.
