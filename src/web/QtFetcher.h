@@ -1,13 +1,16 @@
 #pragma once
 
 #include <QByteArray>
+#include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QUrl>
 #include <memory>
 #include <string>
 
 #include "Fetcher.h"
 
+class QEventLoop;
 class QNetworkAccessManager;
 class QNetworkReply;
 
@@ -39,9 +42,14 @@ public:
 
 private:
     void finish(bool failed);
+    // Lets go of the reply, aborting it when it still runs.
+    void drop();
 
     QNetworkAccessManager& manager_;
     FetchLimits limits_;
+    QObject guard_;  // the context of every connection, so none outlives the transfer
+    QTimer deadline_;
+    QEventLoop* waiting_ = nullptr;
     QPointer<QNetworkReply> reply_;
     QByteArray body_;
     QUrl finalUrl_;
