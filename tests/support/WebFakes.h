@@ -103,7 +103,12 @@ private:
 // The main window's side: its List2 and how often Process was pressed.
 class RecordingMainSide : public MainWindowSide {
 public:
-    void addChosenFile(const std::string& path) override { list2.push_back(path); }
+    void addChosenFile(const std::string& path) override {
+        list2.push_back(path);
+        if (onAdd) {
+            onAdd();
+        }
+    }
     void processAll() override {
         ++processCalls;
         if (onProcess) {
@@ -113,6 +118,7 @@ public:
 
     std::vector<std::string> list2;
     int processCalls = 0;
+    std::function<void()> onAdd;
     std::function<void()> onProcess;
 };
 
