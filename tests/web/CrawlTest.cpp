@@ -105,6 +105,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 class CrawlRig : public WebRig {};
 
+TEST_F(CrawlRig, FilterLinesAreCaseSensitivePartsAndAMissingFileFiltersNothing) {
+    EXPECT_FALSE(form.crawler.IsFilter("x/ads/a.htm"));
+    dir.write("filter", "\r\nbanner\r\nads");
+    EXPECT_TRUE(form.crawler.IsFilter("x/ads/a.htm"));
+    EXPECT_FALSE(form.crawler.IsFilter("x/Ads/a.htm"));
+    EXPECT_FALSE(form.crawler.IsFilter(""));
+}
+
 TEST_F(CrawlRig, StoredPagesAreTheFetchedBytesWithALineEnd) {
     fetcher.pages["A.htm"] = std::string("<a href=\"B.htm\">\0\xff", 18);
     documents.links["A.htm"] = {"B.htm", "http://unknown.invalid/x.htm"};

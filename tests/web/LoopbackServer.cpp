@@ -1,6 +1,7 @@
 #include "LoopbackServer.h"
 
 #include <QTcpSocket>
+#include <QTimer>
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
@@ -66,7 +67,16 @@ void LoopbackServer::serve(QTcpSocket* socket) {
         socket->abort();
         return;
     }
-    answer(socket, path);
+    if (onRequest) {
+        onRequest();
+    }
+    auto it = routes_.find(path);
+    if (it != routes_.end() && it->second.delayMs > 0) {
+        QTimer::singleShot(it->second.delayMs, socket,
+                           [this, socket, path] { answer(socket, path); });
+    } else {
+        answer(socket, path);
+    }
 }
 
 void LoopbackServer::answer(QTcpSocket* socket, const std::string& path) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QTcpServer>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -26,6 +27,7 @@ public:
         Mode mode = Whole;
         long long streamBytes = 0;
         bool contentLength = true;
+        int delayMs = 0;  // the answer waits this long
 
         static Reply Of(Mode mode, long long streamBytes = 0, bool contentLength = true) {
             Reply r;
@@ -53,7 +55,8 @@ public:
     // The body a route serves.
     const std::string& body(const std::string& path) const { return routes_.at(path).body; }
 
-    std::vector<std::string> log;  // the paths requested, in order
+    std::vector<std::string> log;     // the paths requested, in order
+    std::function<void()> onRequest;  // after each request is logged
     int maxRequests = 4000;
 
 private:
