@@ -9,8 +9,8 @@ class MainForm;
 // A command built on `run` (crawl, shortcut process): run's options apply,
 // and in place of listing PATHs and pressing Process it does its own work.
 struct RunVariant {
-    const char* usage;  // shown in place of run's usage text
-    int firstArg;       // index of its first argument in argv
+    const char* usage = nullptr;  // shown in place of run's usage text
+    int firstArg = 2;             // index of its first argument in argv
     // Takes one of its own arguments at argv[i] (moving i past a value);
     // false when the argument is not its own. Sets `problem` for a usage error.
     std::function<bool(int argc, char* argv[], int& i, std::string& problem)> option;

@@ -228,53 +228,56 @@ bool SharedOption(int argc, char* argv[], int& i, WebOptions& o, std::string& pr
 
 int Crawl(int argc, char* argv[]) {
     WebOptions o;
-    RunVariant variant{kCrawlUsage, 2,
-                       [&](int n, char* v[], int& i, std::string& problem) {
-                           return SharedOption(n, v, i, o, problem, true);
-                       },
-                       [&]() -> std::string {
-                           if (o.args.empty()) {
-                               return "no ADDRESS given";
-                           }
-                           return o.args.size() > 1 ? "more than one ADDRESS: " + o.args[1] : "";
-                       },
-                       [&](MainForm& form) -> std::optional<int> {
-                           WebSession session(&form, o.overrides);
-                           session.web.setAddressText(o.args[0]);
-                           session.press("Process");
-                           if (session.side.started) {
-                               return std::nullopt;
-                           }
-                           if (!session.web.settings.online()) {
-                               for (const std::string& path : form.ctl("List2").items) {
-                                   std::cout << path << "\n";
-                               }
-                           }
-                           return 0;
-                       }};
+    RunVariant variant;
+    variant.usage = kCrawlUsage;
+    variant.firstArg = 2;
+    variant.option = [&](int n, char* v[], int& i, std::string& problem) {
+        return SharedOption(n, v, i, o, problem, true);
+    };
+    variant.check = [&]() -> std::string {
+        if (o.args.empty()) {
+            return "no ADDRESS given";
+        }
+        return o.args.size() > 1 ? "more than one ADDRESS: " + o.args[1] : "";
+    };
+    variant.run = [&](MainForm& form) -> std::optional<int> {
+        WebSession session(&form, o.overrides);
+        session.web.setAddressText(o.args[0]);
+        session.press("Process");
+        if (session.side.started) {
+            return std::nullopt;  // the run's results and status follow
+        }
+        if (!session.web.settings.online()) {
+            for (const std::string& path : form.ctl("List2").items) {
+                std::cout << path << "\n";
+            }
+        }
+        return 0;
+    };
     return RunCommandLine(argc, argv, &variant);
 }
 
 int ShortcutProcess(int argc, char* argv[]) {
     WebOptions o;
-    RunVariant variant{kShortcutUsage, 3,
-                       [&](int n, char* v[], int& i, std::string& problem) {
-                           return SharedOption(n, v, i, o, problem, false);
-                       },
-                       [&]() -> std::string {
-            return o.args.empty() ? "" : "process takes no ADDRESS: " + o.args[0];
-        },
-                       [&](MainForm& form) -> std::optional<int> {
-                           WebSession session(&form, o.overrides);
-                           const std::string file = session.web.settings.shortcutFile();
-                           if (!webfiles::ReadLines(file)) {
-                               std::cerr << "gleanmark: cannot read the shortcut file " << file
-                                         << "\n";
-                               return 1;
-                           }
-                           session.press("ProcessShort");
-                           return std::nullopt;
-                       }};
+    RunVariant variant;
+    variant.usage = kShortcutUsage;
+    variant.firstArg = 3;
+    variant.option = [&](int n, char* v[], int& i, std::string& problem) {
+        return SharedOption(n, v, i, o, problem, false);
+    };
+    variant.check = [&]() -> std::string {
+        return o.args.empty() ? "" : "process takes no ADDRESS: " + o.args[0];
+    };
+    variant.run = [&](MainForm& form) -> std::optional<int> {
+        WebSession session(&form, o.overrides);
+        const std::string file = session.web.settings.shortcutFile();
+        if (!webfiles::ReadLines(file)) {
+            std::cerr << "gleanmark: cannot read the shortcut file " << file << "\n";
+            return 1;
+        }
+        session.press("ProcessShort");
+        return std::nullopt;
+    };
     return RunCommandLine(argc, argv, &variant);
 }
 
