@@ -40,6 +40,7 @@ public:
             Reply r;
             r.status = 301;
             r.location = location;
+            r.body = "<a href=\"" + location + "\">moved</a>";
             return r;
         }
     };
