@@ -72,7 +72,8 @@ private:
 
 class NoLauncher : public Launcher {
 public:
-    void openDocument(const std::string&) override {}
+    bool openDocument(const std::string&) override { return false; }
+    std::string userGuide() const override { return {}; }
 };
 
 class NoClipboard : public Clipboard, public FocusedEditor {

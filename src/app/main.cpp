@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QIcon>
 #include <cstring>
 #include <iostream>
 
@@ -10,6 +11,10 @@
 #include "QtPrompts.h"
 
 int main(int argc, char* argv[]) {
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::cout << "Gleanmark " GLEANMARK_VERSION "\n";
+        return 0;
+    }
     if (argc > 1) {
         if (std::strcmp(argv[1], "run") == 0) {
             return RunCommandLine(argc, argv);
@@ -20,6 +25,10 @@ int main(int argc, char* argv[]) {
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gleanmark");
+    QApplication::setApplicationVersion(GLEANMARK_VERSION);
+    // The desktop entry gleanmark.desktop and its icon name the program.
+    QApplication::setDesktopFileName("gleanmark");
+    QApplication::setWindowIcon(QIcon(":/icons/gleanmark.svg"));
     QtPrompts prompts;
     QtEventPump pump;
     SystemClock clock;
