@@ -97,6 +97,17 @@ public:
         QApplication::processEvents();  // the mouse-up work of ">>"
     }
     std::string sample(const QString& name) const { return samples_.path(name); }
+    // Ticks "Keywords." and opens the sample keyword file.
+    void openKeywords() {
+        click("ChkKeyword");
+        prompts.openPaths = {sample("keywords.txt")};
+        click("CmdOpenKW");
+    }
+    // Shows another folder of the samples in "Choosing Files".
+    void showFolder(const QString& folder) {
+        form.setFolder(sample(folder));
+        window().sync();
+    }
 
     // The whole window, or the part that holds the named frames ("Settings")
     // and widgets ("DataGrid1").
@@ -204,21 +215,16 @@ const std::vector<Scene>& Scenes() {
         {"keywords-ticked.png",
          [](const SampleFolder& s) {
              Stage stage(s, "pages");
-             stage.click("ChkKeyword");
-             stage.prompts.openPaths = {stage.sample("keywords.txt")};
-             stage.click("CmdOpenKW");
+             stage.openKeywords();
              return stage.shot({"Function Selection", "Advanced Setting", "Settings"});
          }},
         {"keyword-run.png",
          [](const SampleFolder& s) {
              Stage stage(s, "pages");
-             stage.click("ChkKeyword");
-             stage.prompts.openPaths = {stage.sample("keywords.txt")};
-             stage.click("CmdOpenKW");
+             stage.openKeywords();
              stage.click("chkFileName");
              stage.choose({"team.asp"});
-             stage.form.setFolder(stage.sample("text"));
-             stage.window().sync();
+             stage.showFolder("text");
              stage.choose({"notes.txt"});
              stage.click("cmdProcessAll");
              return stage.gridShot();
