@@ -1,10 +1,11 @@
 # The two everyday commands: `make run` and `make test`.
 BUILD_DIR ?= build
 BENCH_DIR ?= build-bench
+PACKAGE_DIR ?= build-package
 JOBS ?= $(shell nproc)
 APP := $(BUILD_DIR)/src/app/gleanmark
 
-.PHONY: deps configure build run test format bench clean
+.PHONY: deps configure build run test format bench package clean
 
 deps:
 	./scripts/install-deps.sh
@@ -32,5 +33,12 @@ bench: deps
 	cmake --build $(BENCH_DIR) -j $(JOBS)
 	$(BENCH_DIR)/bench/gleanmark-bench $(SIZES)
 
+# `make package` builds the Debian package in release mode in its own folder:
+# $(PACKAGE_DIR)/gleanmark_<version>_<arch>.deb
+package: deps
+	cmake -S . -B $(PACKAGE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DGLEANMARK_TESTS=OFF
+	cmake --build $(PACKAGE_DIR) -j $(JOBS)
+	cd $(PACKAGE_DIR) && cpack -G DEB
+
 clean:
-	rm -rf $(BUILD_DIR) $(BENCH_DIR)
+	rm -rf $(BUILD_DIR) $(BENCH_DIR) $(PACKAGE_DIR)

@@ -11,6 +11,7 @@ packages=(
   libgtest-dev libgmock-dev googletest
   qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core
   xvfb xauth
+  libqt6svg6 desktop-file-utils man-db groff-base dpkg-dev
 )
 
 missing=()

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QIcon>
 #include <cstring>
 #include <iostream>
 
@@ -11,6 +12,10 @@
 #include "WebCommands.h"
 
 int main(int argc, char* argv[]) {
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::cout << "Gleanmark " GLEANMARK_VERSION "\n";
+        return 0;
+    }
     if (argc > 1) {
         if (std::strcmp(argv[1], "run") == 0) {
             return RunCommandLine(argc, argv);
@@ -27,6 +32,10 @@ int main(int argc, char* argv[]) {
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gleanmark");
+    QApplication::setApplicationVersion(GLEANMARK_VERSION);
+    // The desktop entry gleanmark.desktop and its icon name the program.
+    QApplication::setDesktopFileName("gleanmark");
+    QApplication::setWindowIcon(QIcon(":/icons/gleanmark.svg"));
     QtPrompts prompts;
     QtEventPump pump;
     SystemClock clock;

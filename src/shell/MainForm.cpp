@@ -304,10 +304,36 @@ void MainForm::mnuAbout_Click() {
 }
 
 void MainForm::mnuContent_Click() {
-    // The help file is looked for in the current working directory, not in
-    // the program's own folder.
-    ports_.launcher.openDocument(
-        (std::filesystem::path(QDir::currentPath().toStdString()) / "help.chm").string());
+    // "help.chm" is looked for in the current working directory, not in the
+    // program's own folder; without it, or when no viewer takes it, the user
+    // guide opens in the desktop's browser.
+    std::vector<std::string> pages;
+    const auto chm = std::filesystem::path(QDir::currentPath().toStdString()) / "help.chm";
+    std::error_code ec;
+    if (std::filesystem::is_regular_file(chm, ec)) {
+        pages.push_back(chm.string());
+    }
+    if (std::string guide = ports_.launcher.userGuide(); !guide.empty()) {
+        pages.push_back(guide);
+    }
+    for (const std::string& page : pages) {
+        if (ports_.launcher.openDocument(page)) {
+            return;
+        }
+    }
+    std::string text;
+    if (pages.empty()) {
+        text =
+            "No help was found: there is no help.chm in the current folder and the user "
+            "guide is not installed.";
+    } else {
+        text = "The help could not be opened: the desktop has no program to show " + pages[0];
+        for (size_t i = 1; i < pages.size(); ++i) {
+            text += " or " + pages[i];
+        }
+        text += ".";
+    }
+    ports_.prompts.message(text, Prompts::Buttons::OK, Prompts::Icon::Exclamation, "Help");
 }
 
 void MainForm::mnuSetting_Click(const std::string& entry) {

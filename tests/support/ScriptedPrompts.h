@@ -123,10 +123,18 @@ private:
     }
 };
 
+// Records what was opened; `opens` says whether the desktop has a viewer,
+// `guide` where the user guide is (empty: not installed).
 class RecordingLauncher : public Launcher {
 public:
-    void openDocument(const std::string& path) override { opened.push_back(path); }
+    bool openDocument(const std::string& path) override {
+        opened.push_back(path);
+        return opens;
+    }
+    std::string userGuide() const override { return guide; }
     std::vector<std::string> opened;
+    bool opens = true;
+    std::string guide;
 };
 
 // A clipboard and a focused editor holding text with a selection [start, end).

@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTextEdit>
@@ -59,6 +61,21 @@ void QtFocusedEditor::replaceSelection(const std::string& text) {
     }
 }
 
-void DesktopLauncher::openDocument(const std::string& path) {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path)));
+bool DesktopLauncher::openDocument(const std::string& path) {
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path)));
+}
+
+std::string DesktopLauncher::userGuide() const {
+    return FindUserGuide(QCoreApplication::applicationDirPath());
+}
+
+std::string FindUserGuide(const QString& programDir) {
+    const QString places[] = {QDir(programDir).filePath(GLEANMARK_GUIDE_FROM_BINDIR),
+                              QStringLiteral(GLEANMARK_GUIDE_IN_SOURCES)};
+    for (const QString& page : places) {
+        if (QFileInfo(page).isFile()) {
+            return QDir::cleanPath(QFileInfo(page).absoluteFilePath()).toStdString();
+        }
+    }
+    return {};
 }

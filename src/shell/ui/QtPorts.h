@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <functional>
 
 #include "Clipboard.h"
@@ -30,8 +31,16 @@ public:
     void replaceSelection(const std::string& text) override;
 };
 
-// Opens documents with the desktop's default viewer, without waiting.
+// Opens documents with the desktop's default viewer, without waiting. The
+// user guide is the installed one beside the program (share/doc/gleanmark
+// under the program's prefix) or, for a program run from its build folder,
+// the one in the source tree.
 class DesktopLauncher : public Launcher {
 public:
-    void openDocument(const std::string& path) override;
+    bool openDocument(const std::string& path) override;
+    std::string userGuide() const override;
 };
+
+// The user guide's first page for a program in `programDir`: the installed
+// guide when there is one, else the source tree's; empty when neither exists.
+std::string FindUserGuide(const QString& programDir);
