@@ -82,7 +82,8 @@ bool Interrupted() {
 
 // No help viewer and no clipboard without a window.
 struct RunSession::Desktop : Launcher, Clipboard, FocusedEditor {
-    void openDocument(const std::string&) override {}
+    bool openDocument(const std::string&) override { return false; }
+    std::string userGuide() const override { return {}; }
     void clear() override {}
     void setText(const std::string&) override {}
     std::string text() const override { return {}; }

@@ -333,7 +333,7 @@ void MainForm::mnuContent_Click() {
         }
         text += ".";
     }
-    ports_.prompts.message(text, Prompts::Buttons::OK, Prompts::Icon::Exclamation, "Help");
+    prompts().message(text, Prompts::Buttons::OK, Prompts::Icon::Exclamation, "Help");
 }
 
 void MainForm::mnuSetting_Click(const std::string& entry) {
