@@ -5,9 +5,13 @@
 #include "Clock.h"
 #include "CommandLine.h"
 #include "MainForm.h"
+#include "MainFormSide.h"
 #include "MainWindow.h"
 #include "QtPorts.h"
 #include "QtPrompts.h"
+#include "QtSettingsStore.h"
+#include "WebEngineSetup.h"
+#include "WebWindowHost.h"
 
 int main(int argc, char* argv[]) {
     if (argc > 1) {
@@ -18,6 +22,7 @@ int main(int argc, char* argv[]) {
                      "       gleanmark run --help  process files from the command line\n";
         return 2;
     }
+    PrepareWebEngine();
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gleanmark");
     QtPrompts prompts;
@@ -29,7 +34,13 @@ int main(int argc, char* argv[]) {
     MainForm form({prompts, pump, clock, launcher, clipboard, editor});
     MainWindow window(form);
     prompts.setParent(&window);
-    pump.beforeYield = [&window] { window.sync(); };
+    // "Extract Web" makes the web window once and keeps it.
+    MainFormSide mainSide(form);
+    QtSettingsStore settings;
+    WebWindowHost web({mainSide, pump, clock, settings}, &window);
+    form.showWebWindow = [&web] { web.show(); };
+    web.syncMainWindow = [&window] { window.sync(); };
+    pump.beforeYield = [&web] { web.syncWindows(); };
     form.Form_Load();
     window.syncAll();
     window.show();
