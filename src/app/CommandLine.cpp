@@ -51,8 +51,10 @@ const char* const kUsage =
     "Messages go to standard error. Exit status: 0 run completed, 1 run refused,\n"
     "2 usage error. Ctrl+C cancels; what was found so far is still written.\n";
 
+const char* usageText = kUsage;
+
 int Usage(const std::string& problem) {
-    std::cerr << "gleanmark: " << problem << "\n\n" << kUsage;
+    std::cerr << "gleanmark: " << problem << "\n\n" << usageText;
     return 2;
 }
 
@@ -95,8 +97,9 @@ struct Options {
 
 }  // namespace
 
-int RunCommandLine(int argc, char* argv[]) {
+int RunCommandLine(int argc, char* argv[], const RunVariant* variant) {
     Options o;
+    usageText = variant ? variant->usage : kUsage;
     static const std::map<std::string, std::string> boxFlags = {
         {"--subdirs", "ChkSbD"},  {"--file-name", "chkFileName"}, {"--process-time", "chkTime"},
         {"--heading", "chkHead"}, {"--from", "chkFrom"},          {"--to", "chkTo"},
@@ -105,7 +108,7 @@ int RunCommandLine(int argc, char* argv[]) {
                                                                    {"--files", "Option2"},
                                                                    {"--selected", "Option3"},
                                                                    {"--mail", "Option4"}};
-    for (int i = 2; i < argc; ++i) {
+    for (int i = variant ? variant->firstArg : 2; i < argc; ++i) {
         const std::string a = argv[i];
         auto value = [&](std::string& into) {
             if (i + 1 >= argc) {
@@ -114,7 +117,13 @@ int RunCommandLine(int argc, char* argv[]) {
             into = argv[++i];
             return true;
         };
-        if (a == "--strip" || a == "--keywords" || a == "--ext" || a == "-o" || a == "--output") {
+        std::string problem;
+        if (variant && variant->option(argc, argv, i, problem)) {
+            if (!problem.empty()) {
+                return Usage(problem);
+            }
+        } else if (a == "--strip" || a == "--keywords" || a == "--ext" || a == "-o" ||
+                   a == "--output") {
             std::string& into = a == "--strip"      ? o.strip
                                 : a == "--keywords" ? o.keywords
                                 : a == "--ext"      ? o.ext
@@ -133,7 +142,7 @@ int RunCommandLine(int argc, char* argv[]) {
         } else if (optionFlags.count(a)) {
             o.process.push_back(a);
         } else if (a == "-h" || a == "--help") {
-            std::cout << kUsage;
+            std::cout << usageText;
             return 0;
         } else if (a.size() > 1 && a[0] == '-') {
             return Usage("unknown option " + a);
@@ -141,7 +150,11 @@ int RunCommandLine(int argc, char* argv[]) {
             o.paths.push_back(a);
         }
     }
-    if (o.paths.empty()) {
+    if (variant) {
+        if (const std::string problem = variant->check(); !problem.empty()) {
+            return Usage(problem);
+        }
+    } else if (o.paths.empty()) {
         return Usage("no PATH given");
     }
     if (o.process.size() > 1) {
@@ -245,8 +258,16 @@ int RunCommandLine(int argc, char* argv[]) {
     }
 
     std::signal(SIGINT, OnInterrupt);
-    form.click("cmdProcessAll");
+    std::optional<int> status;
+    if (variant) {
+        status = variant->run(form);
+    } else {
+        form.click("cmdProcessAll");
+    }
     std::signal(SIGINT, SIG_DFL);
+    if (status) {
+        return *status;
+    }
 
     // Runs that keep their table (folder, keyword and mail runs) write it now;
     // the chosen-files run has written it through its save question.

@@ -10,6 +10,7 @@
 #include "QtPorts.h"
 #include "QtPrompts.h"
 #include "QtSettingsStore.h"
+#include "WebCommands.h"
 #include "WebEngineSetup.h"
 #include "WebWindowHost.h"
 
@@ -18,8 +19,14 @@ int main(int argc, char* argv[]) {
         if (std::strcmp(argv[1], "run") == 0) {
             return RunCommandLine(argc, argv);
         }
-        std::cerr << "usage: gleanmark            open the main window\n"
-                     "       gleanmark run --help  process files from the command line\n";
+        if (std::strcmp(argv[1], "crawl") == 0 || std::strcmp(argv[1], "shortcut") == 0) {
+            return WebCommandLine(argc, argv);
+        }
+        std::cerr
+            << "usage: gleanmark            open the main window\n"
+               "       gleanmark run --help  process files from the command line\n"
+               "       gleanmark crawl --help     crawl a web site and process its pages\n"
+               "       gleanmark shortcut --help  save, clear and process shortcut addresses\n";
         return 2;
     }
     PrepareWebEngine();

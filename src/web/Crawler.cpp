@@ -147,20 +147,28 @@ void Crawler::Lc2kEngine(const std::string& startAddress, int16_t depth, bool en
         stack->Reset(level);
         stack->Reset(0);
         stack->Push(0, startAddress);
+        bool ranDry = false;  // stack 0 has run dry once in this level
         for (;;) {
             // An empty stack 0 gives false, visited as the address "False".
-            const std::string address = stack->pop(0).toText();
+            const Variant next = stack->pop(0);
+            const std::string address = next.toText();
             if (stopRequested) {
                 ending();
                 return;
             }
-            if (!HasUrlBeenSearchedBefore(address)) {
+            // "False" is visited at most once a level. Once the searched list
+            // is full it is no longer recorded, and visiting it again and
+            // again would never end the level.
+            const bool dryAgain = next.isBool() && ranDry;
+            ranDry = ranDry || next.isBool();
+            if (!dryAgain && !HasUrlBeenSearchedBefore(address)) {
                 visit(*stack, address, enableFilter);
                 if (!stack->lne(level)) {
                     continue;
                 }
             }
             // Level switch: what stack 0 still holds is dropped.
+            ranDry = false;
             stack->Reset(0);
             stack->CopyStack(level, 0);
             stack->Reset(level);

@@ -7,7 +7,8 @@
 #include "WebSettings.h"
 
 // The filter dialog's behaviour (frmFilter): the text box Text1 holds the
-// filter file's lines, each followed by CR LF; Command1 "Save" writes it back.
+// filter file's lines, each followed by CR LF (a widget that shows plain
+// line feeds converts both ways); Command1 "Save" writes it back.
 class FilterForm {
 public:
     static constexpr const char* kTitle = "Edit Filter";

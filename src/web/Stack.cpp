@@ -1,8 +1,42 @@
 #include "Stack.h"
 
+#include <new>
+
 #include "EventPump.h"
 
-Stack::Stack() : entries_(static_cast<size_t>(kStacks) * kPositions) {}
+Stack::Stack()
+    : entries_(static_cast<Entry*>(
+          std::calloc(static_cast<size_t>(kStacks) * kPositions, sizeof(Entry)))) {
+    if (!entries_) {
+        throw std::bad_alloc();
+    }
+}
+
+Variant Stack::load(const Entry& e) const {
+    switch (e.kind) {
+        case Text:
+            return Variant(texts_[e.text]);
+        case Number:
+            return Variant(e.number);
+        case Flag:
+            return Variant(e.flag);
+        default:
+            return Variant();
+    }
+}
+
+void Stack::store(Entry& e, const Variant& value) {
+    e = Entry{value.number(), 0, Empty, value.flag()};
+    if (value.isText()) {
+        e.kind = Text;
+        e.text = static_cast<uint32_t>(texts_.size());
+        texts_.push_back(value.text());
+    } else if (value.isNumber()) {
+        e.kind = Number;
+    } else if (value.isBool()) {
+        e.kind = Flag;
+    }
+}
 
 void Stack::checkId(int stack_id) {
     if (stack_id < 0 || stack_id >= kStacks) {
@@ -16,16 +50,16 @@ void Stack::checkIndex(int stack_index) {
     }
 }
 
-Variant& Stack::at(int stack_id, int stack_index) {
+Stack::Entry& Stack::at(int stack_id, int stack_index) {
     checkId(stack_id);
     checkIndex(stack_index);
-    return entries_[static_cast<size_t>(stack_id) * kPositions + stack_index];
+    return entries_.get()[static_cast<size_t>(stack_id) * kPositions + stack_index];
 }
 
-const Variant& Stack::at(int stack_id, int stack_index) const {
+const Stack::Entry& Stack::at(int stack_id, int stack_index) const {
     checkId(stack_id);
     checkIndex(stack_index);
-    return entries_[static_cast<size_t>(stack_id) * kPositions + stack_index];
+    return entries_.get()[static_cast<size_t>(stack_id) * kPositions + stack_index];
 }
 
 void Stack::LoadDebugWindow() {
@@ -38,7 +72,7 @@ void Stack::LoadDebugWindow() {
             continue;
         }
         for (int i = 0; i <= pointer; ++i) {
-            const Variant& v = at(id, i);
+            const Variant v = load(at(id, i));
             if (debugWindow) {
                 debugWindow->push(v);
             }
@@ -67,7 +101,7 @@ Variant Stack::GetStackPointer(int stack_id) const {
 }
 
 Variant Stack::Peek(int stack_id, int stack_index) const {
-    const Variant& v = at(stack_id, stack_index);
+    const Variant v = load(at(stack_id, stack_index));
     if (v.isBlank()) {
         return Variant(false);
     }
@@ -87,12 +121,12 @@ void Stack::CopyStack(int stack_id_from, int stack_id_to) {
 void Stack::Reset(int stack_id) {
     checkId(stack_id);
     pointers_[stack_id] = 0;
-    at(stack_id, 0) = Variant(0);
+    store(at(stack_id, 0), Variant(0));
 }
 
 void Stack::Push(int stack_id, const Variant& value) {
     checkId(stack_id);
-    at(stack_id, pointers_[stack_id]) = value;
+    store(at(stack_id, pointers_[stack_id]), value);
     ++pointers_[stack_id];
 }
 
@@ -107,11 +141,11 @@ Variant Stack::ppeek(int stack_id, int offset) const {
     if (position <= -1) {
         return Variant(false);
     }
-    return at(stack_id, position);
+    return load(at(stack_id, position));
 }
 
 void Stack::poke(int stack_id, int stack_index, const Variant& value) {
-    at(stack_id, stack_index) = value;
+    store(at(stack_id, stack_index), value);
 }
 
 Variant Stack::pop(int stack_id) {
@@ -120,5 +154,5 @@ Variant Stack::pop(int stack_id) {
         return Variant(false);
     }
     --pointers_[stack_id];
-    return at(stack_id, pointers_[stack_id]);
+    return load(at(stack_id, pointers_[stack_id]));
 }

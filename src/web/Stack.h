@@ -2,6 +2,9 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "RunErrors.h"
@@ -62,11 +65,27 @@ public:
     Variant pop(int stack_id);
 
 private:
+    // One entry of the table: a kind, and the number, flag or index of the
+    // text in `texts_`. All zero bytes are an empty entry.
+    struct Entry {
+        double number;
+        uint32_t text;
+        uint8_t kind;
+        bool flag;
+    };
+    enum Kind : uint8_t { Empty = 0, Text, Number, Flag };
+    struct Free {
+        void operator()(Entry* p) const { std::free(p); }
+    };
+
     static void checkId(int stack_id);
     static void checkIndex(int stack_index);
-    Variant& at(int stack_id, int stack_index);
-    const Variant& at(int stack_id, int stack_index) const;
+    Entry& at(int stack_id, int stack_index);
+    const Entry& at(int stack_id, int stack_index) const;
+    Variant load(const Entry& e) const;
+    void store(Entry& e, const Variant& value);
 
-    std::vector<Variant> entries_;  // kStacks * kPositions, never resized
+    std::unique_ptr<Entry, Free> entries_;  // kStacks * kPositions, zeroed once
+    std::vector<std::string> texts_;        // the texts written, by index
     std::array<int32_t, kStacks> pointers_{};
 };

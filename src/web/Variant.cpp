@@ -3,6 +3,11 @@
 #include <cmath>
 #include <cstdio>
 
+const std::string& Variant::text() const {
+    static const std::string kNone;
+    return isText() ? std::get<std::string>(v_) : kNone;
+}
+
 bool Variant::isZero() const {
     if (isEmpty()) {
         return true;

@@ -24,6 +24,11 @@ public:
     // Equal to 0 or false: an empty value, the number 0 or false.
     bool isZero() const;
 
+    // The parts of a text, number or boolean value (others give "", 0, false).
+    const std::string& text() const;
+    double number() const { return isNumber() ? std::get<double>(v_) : 0; }
+    bool flag() const { return isBool() && std::get<bool>(v_); }
+
     // The value as text: empty gives "", false "False", true "True", a whole
     // number its digits ("3", "-1"), other numbers their shortest form.
     std::string toText() const;
