@@ -20,6 +20,7 @@ int main(int argc, char* argv[]) {
     QStandardPaths::setTestModeEnabled(true);
     PrepareWebEngine();
     QApplication app(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);  // a test closing windows ends no other
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

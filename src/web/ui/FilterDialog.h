@@ -15,7 +15,6 @@ public:
     // Fills the box from the filter file and waits until Save or the
     // window's close button ends the dialog.
     void run();
-    FilterForm& form() { return form_; }
 
 private:
     FilterForm form_;

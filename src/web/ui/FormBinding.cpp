@@ -63,15 +63,20 @@ void ShowCombo(QComboBox& combo, const Control& c) {
 
 }  // namespace
 
+const WebControlInfo* FindControl(const std::vector<WebControlInfo>& infos,
+                                  const std::string& name) {
+    const auto it = std::find_if(infos.begin(), infos.end(),
+                                 [&](const WebControlInfo& i) { return name == i.name; });
+    return it == infos.end() ? nullptr : &*it;
+}
+
 FormBinding::FormBinding(ControlSet& controls, Handlers handlers)
     : controls_(controls), handlers_(std::move(handlers)) {}
 
 QWidget* FormBinding::make(const std::vector<WebControlInfo>& infos, const char* name,
                            QWidget* parent) {
-    const auto it = std::find_if(infos.begin(), infos.end(), [&](const WebControlInfo& i) {
-        return std::string(i.name) == name;
-    });
-    if (it == infos.end()) {
+    const WebControlInfo* it = FindControl(infos, name);
+    if (!it) {
         return nullptr;
     }
     const std::string n = name;

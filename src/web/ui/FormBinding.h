@@ -11,6 +11,10 @@
 class ControlSet;
 class QWidget;
 
+// The description of the control `name` of `infos`; null when there is none.
+const WebControlInfo* FindControl(const std::vector<WebControlInfo>& infos,
+                                  const std::string& name);
+
 // Keeps a window's widgets in step with its form's controls. Each widget is
 // registered under its control's name, which is also its objectName; it shows
 // the state the form keeps under that name and hands the user's clicks and

@@ -17,7 +17,6 @@ public:
     // Fills the controls, shows them and waits until OK, Cancel or the
     // window's close button ends the dialog.
     void run();
-    SettingForm& form() { return form_; }
 
 private:
     QWidget* buildFolders();

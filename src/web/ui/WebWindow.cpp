@@ -20,22 +20,8 @@
 
 namespace {
 
-QString CaptionOf(const char* name) {
-    for (const WebControlInfo& info : WebControls()) {
-        if (std::string(info.name) == name) {
-            return QString::fromUtf8(info.caption);
-        }
-    }
-    return {};
-}
-
-QString TooltipOf(const char* name) {
-    for (const WebControlInfo& info : WebControls()) {
-        if (std::string(info.name) == name) {
-            return QString::fromUtf8(info.tooltip);
-        }
-    }
-    return {};
+QString CaptionOf(const std::string& name) {
+    return QString::fromUtf8(FindControl(WebControls(), name)->caption);
 }
 
 }  // namespace
@@ -52,9 +38,6 @@ WebWindow::WebWindow(WebForm& form, QWidget* parent)
       view_(new QWebEngineView(this)) {
     setObjectName("frmWeb");
     setWindowTitle(WebForm::kTitle);
-    if (parent) {
-        setWindowFlag(Qt::Window);  // a window of its own, kept with the main window
-    }
     binding_.add("brwWebBrowser", view_);
     setCentralWidget(view_);
 
@@ -74,8 +57,8 @@ WebWindow::WebWindow(WebForm& form, QWidget* parent)
 QAction* WebWindow::addCommand(QToolBar* bar, const std::string& name, QStyle::StandardPixmap icon,
                                std::function<void()> handler) {
     const QString n = QString::fromStdString(name);
-    QAction* a = bar->addAction(style()->standardIcon(icon), CaptionOf(name.c_str()));
-    a->setToolTip(TooltipOf(name.c_str()));
+    QAction* a = bar->addAction(style()->standardIcon(icon), CaptionOf(name));
+    a->setToolTip(QString::fromUtf8(FindControl(WebControls(), name)->tooltip));
     binding_.add(name, a);
     bar->widgetForAction(a)->setObjectName(n);
     connect(a, &QAction::triggered, this, [this, name, handler] { binding_.act(name, handler); });

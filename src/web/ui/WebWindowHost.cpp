@@ -1,5 +1,6 @@
 #include "WebWindowHost.h"
 
+#include <QGuiApplication>
 #include <QPointer>
 
 #include "GumboDocument.h"
@@ -50,6 +51,10 @@ void WebWindowHost::show() {
             }
             syncWindows();
         };
+        // The program ends with its main window; a crawl under way then
+        // stops after the page in hand instead of going on unseen.
+        QObject::connect(qApp, &QGuiApplication::lastWindowClosed, parts_->window,
+                         [&form] { form.Terminate_Click(); });
     }
     if (WebWindow* w = window()) {
         w->show();
@@ -69,8 +74,4 @@ void WebWindowHost::syncWindows() {
 
 WebWindow* WebWindowHost::window() const {
     return parts_ ? parts_->window.data() : nullptr;
-}
-
-WebForm* WebWindowHost::form() const {
-    return parts_ ? &parts_->form : nullptr;
 }

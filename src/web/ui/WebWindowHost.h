@@ -10,7 +10,6 @@ class EventPump;
 class MainWindowSide;
 class QWidget;
 class SettingsStore;
-class WebForm;
 class WebWindow;
 
 // The web window with everything it runs on (network fetch, page documents,
@@ -41,7 +40,6 @@ public:
     void syncWindows();
     // Null until the window is first shown.
     WebWindow* window() const;
-    WebForm* form() const;
 
     // The limits of every transfer of the crawl; read when the window is made.
     FetchLimits limits;
