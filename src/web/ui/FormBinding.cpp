@@ -83,24 +83,19 @@ QWidget* FormBinding::make(const std::vector<WebControlInfo>& infos, const char*
     const QString caption = QString::fromUtf8(it->caption);
     QWidget* w = nullptr;
     switch (it->kind) {
-        case WebControlKind::Button: {
-            auto* b = new QPushButton(caption, parent);
-            QObject::connect(b, &QPushButton::clicked, &context_,
-                             [this, n] { act(n, [&] { handlers_.click(n); }); });
-            w = b;
-            break;
-        }
-        case WebControlKind::CheckBox: {
-            auto* b = new QCheckBox(caption, parent);
-            QObject::connect(b, &QCheckBox::clicked, &context_,
-                             [this, n] { act(n, [&] { handlers_.click(n); }); });
-            w = b;
-            break;
-        }
+        case WebControlKind::Button:
+        case WebControlKind::CheckBox:
         case WebControlKind::Option: {
-            auto* b = new QRadioButton(caption, parent);
-            b->setAutoExclusive(false);  // the form selects one and clears the other
-            QObject::connect(b, &QRadioButton::clicked, &context_,
+            QAbstractButton* b = nullptr;
+            if (it->kind == WebControlKind::Button) {
+                b = new QPushButton(caption, parent);
+            } else if (it->kind == WebControlKind::CheckBox) {
+                b = new QCheckBox(caption, parent);
+            } else {
+                b = new QRadioButton(caption, parent);
+                b->setAutoExclusive(false);  // the form selects one and clears the other
+            }
+            QObject::connect(b, &QAbstractButton::clicked, &context_,
                              [this, n] { act(n, [&] { handlers_.click(n); }); });
             w = b;
             break;

@@ -81,11 +81,16 @@ void WebWindow::buildMenus() {
     }
 }
 
-void WebWindow::buildToolbar() {
-    QToolBar* bar = addToolBar("Toolbar1");
-    bar->setObjectName("Toolbar1");
-    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+QToolBar* WebWindow::addBar(const char* name, Qt::ToolButtonStyle look) {
+    QToolBar* bar = addToolBar(name);
+    bar->setObjectName(name);
+    bar->setToolButtonStyle(look);
     bar->setMovable(false);
+    return bar;
+}
+
+void WebWindow::buildToolbar() {
+    QToolBar* bar = addBar("Toolbar1", Qt::ToolButtonTextBesideIcon);
     const std::pair<const char*, QStyle::StandardPixmap> buttons[] = {
         {"Process", QStyle::SP_MediaPlay},
         {"Terminate", QStyle::SP_MediaStop},
@@ -101,10 +106,7 @@ void WebWindow::buildToolbar() {
 }
 
 void WebWindow::buildNavigation() {
-    QToolBar* bar = addToolBar("Navigation");
-    bar->setObjectName("Navigation");
-    bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
-    bar->setMovable(false);
+    QToolBar* bar = addBar("Navigation", Qt::ToolButtonIconOnly);
     const std::pair<const char*, QStyle::StandardPixmap> buttons[] = {
         {"cmdBack", QStyle::SP_ArrowBack},   {"cmdForward", QStyle::SP_ArrowForward},
         {"cmdStop", QStyle::SP_BrowserStop}, {"cmdRefresh", QStyle::SP_BrowserReload},

@@ -32,6 +32,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    QToolBar* addBar(const char* name, Qt::ToolButtonStyle look);
     void buildMenus();
     void buildToolbar();
     void buildNavigation();
