@@ -9,6 +9,14 @@
 #include <QTimer>
 #include <functional>
 
+// The child widget or action `name` of `window`.
+template <typename T>
+T* Child(QObject* window, const char* name) {
+    T* w = window->findChild<T*>(name);
+    EXPECT_TRUE(w) << name;
+    return w;
+}
+
 // Clicks a check box or option button on its box, which sits at the left
 // (the middle of a wide one is beside its caption and takes no click).
 inline void Tick(QAbstractButton* button) {

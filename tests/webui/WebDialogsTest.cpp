@@ -35,13 +35,6 @@ public:
     std::vector<std::string> written;
 };
 
-template <typename T>
-T* Child(QWidget* dialog, const char* name) {
-    T* w = dialog->findChild<T*>(name);
-    EXPECT_TRUE(w) << name;
-    return w;
-}
-
 class Dialogs : public ::testing::Test {
 protected:
     Dialogs() : saved_(QDir::currentPath()) {

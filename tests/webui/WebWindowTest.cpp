@@ -175,15 +175,11 @@ protected:
     }
     template <typename T>
     T* web(const char* name) {
-        T* w = host->window()->findChild<T*>(name);
-        EXPECT_TRUE(w) << name;
-        return w;
+        return Child<T>(host->window(), name);
     }
     template <typename T>
     T* inMain(const char* name) {
-        T* w = mainWindow->findChild<T*>(name);
-        EXPECT_TRUE(w) << name;
-        return w;
+        return Child<T>(mainWindow.get(), name);
     }
     QWebEngineView* view() { return host->window()->browser(); }
     QLineEdit* addressBox() { return web<QComboBox>("cboAddress")->lineEdit(); }
