@@ -6,10 +6,14 @@
 #include "Clock.h"
 #include "CommandLine.h"
 #include "MainForm.h"
+#include "MainFormSide.h"
 #include "MainWindow.h"
 #include "QtPorts.h"
 #include "QtPrompts.h"
+#include "QtSettingsStore.h"
 #include "WebCommands.h"
+#include "WebEngineSetup.h"
+#include "WebWindowHost.h"
 
 int main(int argc, char* argv[]) {
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
@@ -30,6 +34,7 @@ int main(int argc, char* argv[]) {
                "       gleanmark shortcut --help  save, clear and process shortcut addresses\n";
         return 2;
     }
+    PrepareWebEngine();
     QApplication app(argc, argv);
     QApplication::setApplicationName("Gleanmark");
     QApplication::setApplicationVersion(GLEANMARK_VERSION);
@@ -45,7 +50,13 @@ int main(int argc, char* argv[]) {
     MainForm form({prompts, pump, clock, launcher, clipboard, editor});
     MainWindow window(form);
     prompts.setParent(&window);
-    pump.beforeYield = [&window] { window.sync(); };
+    // "Extract Web" makes the web window once and keeps it.
+    MainFormSide mainSide(form);
+    QtSettingsStore settings;
+    WebWindowHost web({mainSide, pump, clock, settings}, &window);
+    form.showWebWindow = [&web] { web.show(); };
+    web.syncMainWindow = [&window] { window.sync(); };
+    pump.beforeYield = [&web] { web.syncWindows(); };
     form.Form_Load();
     window.syncAll();
     window.show();
