@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <map>
 
@@ -228,51 +229,67 @@ std::map<std::string, std::string> Overrides(const QCommandLineParser& parser,
     return o;
 }
 
-// What crawl and shortcut process share: run's options applied to the main
-// window's form, and the folder run refused, which has no place here.
-std::optional<std::string> ReadRun(const QCommandLineParser& parser, RunOptions& options) {
-    if (auto problem = ReadRunOptions(parser, options)) {
-        return problem;
+// A command built on run (crawl, shortcut process) as given: run's options,
+// the command's own, the settings it lays over the stored ones and its
+// arguments.
+struct RunCommand {
+    QCommandLineParser parser;
+    RunOptions options;
+    std::map<std::string, std::string> overrides;
+    std::vector<std::string> args;
+};
+
+// Reads such a command after its `skip` names. Returns the exit status when
+// the command ends here (help, a usage error); `checkArgs` gives the problem
+// with the arguments, or "".
+std::optional<int> ReadRunCommand(
+    RunCommand& c, int skip, const char* usage, const std::vector<const char*>& values,
+    const std::vector<const char*>& flags,
+    const std::function<std::string(const std::vector<std::string>&)>& checkArgs) {
+    std::string problem = Parse(c.parser, skip, values, flags, true);
+    if (problem == "help") {
+        std::cout << usage;
+        return exitstatus::kCompleted;
     }
-    if (options.processFlag == "--directory") {
-        return std::string("--directory does not apply to stored pages");
+    if (problem.empty()) {
+        c.overrides = Overrides(c.parser, problem);
+    }
+    if (problem.empty()) {
+        c.args = Positional(c.parser);
+        if (auto p = ReadRunOptions(c.parser, c.options)) {
+            problem = *p;
+        } else if (c.options.processFlag == "--directory") {
+            // The folder run has no place here: the pages are chosen files.
+            problem = "--directory does not apply to stored pages";
+        } else {
+            problem = checkArgs(c.args);
+        }
+    }
+    if (!problem.empty()) {
+        return Usage(usage, problem);
     }
     return std::nullopt;
 }
 
 int Crawl(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
-    QCommandLineParser parser;
-    const std::string parsed =
-        Parse(parser, 1, {"depth", "filter-dir", "tmp-dir"}, {"enable-filter", "offline"}, true);
-    if (parsed == "help") {
-        std::cout << kCrawlUsage;
-        return exitstatus::kCompleted;
+    RunCommand c;
+    if (auto status = ReadRunCommand(
+            c, 1, kCrawlUsage, {"depth", "filter-dir", "tmp-dir"}, {"enable-filter", "offline"},
+            [](const std::vector<std::string>& args) -> std::string {
+                if (args.empty()) {
+                    return "no ADDRESS given";
+                }
+                return args.size() > 1 ? "more than one ADDRESS: " + args[1] : "";
+            })) {
+        return *status;
     }
-    if (!parsed.empty()) {
-        return Usage(kCrawlUsage, parsed);
-    }
-    RunOptions options;
-    std::string problem;
-    const auto overrides = Overrides(parser, problem);
-    const auto args = Positional(parser);
-    if (auto p = ReadRun(parser, options)) {
-        problem = *p;
-    } else if (args.empty()) {
-        problem = "no ADDRESS given";
-    } else if (args.size() > 1) {
-        problem = "more than one ADDRESS: " + args[1];
-    }
-    if (!problem.empty()) {
-        return Usage(kCrawlUsage, problem);
-    }
-
-    RunSession run(options);
+    RunSession run(c.options);
     if (auto p = run.apply()) {
         return Usage(kCrawlUsage, *p);
     }
-    WebSession session(&run.form(), overrides);
-    session.web.setAddressText(args[0]);
+    WebSession session(&run.form(), c.overrides);
+    session.web.setAddressText(c.args[0]);
     session.press("Process");
     if (session.side.started) {
         return run.finish();  // the run's results and status follow
@@ -287,31 +304,19 @@ int Crawl(int argc, char* argv[]) {
 
 int ShortcutProcess(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
-    QCommandLineParser parser;
-    const std::string parsed = Parse(parser, 2, {"shortcut-dir", "tmp-dir"}, {}, true);
-    if (parsed == "help") {
-        std::cout << kShortcutUsage;
-        return exitstatus::kCompleted;
+    RunCommand c;
+    if (auto status =
+            ReadRunCommand(c, 2, kShortcutUsage, {"shortcut-dir", "tmp-dir"}, {},
+                           [](const std::vector<std::string>& args) -> std::string {
+                               return args.empty() ? "" : "process takes no ADDRESS: " + args[0];
+                           })) {
+        return *status;
     }
-    RunOptions options;
-    std::string problem = parsed;
-    const auto overrides = Overrides(parser, problem);
-    if (problem.empty()) {
-        if (auto p = ReadRun(parser, options)) {
-            problem = *p;
-        } else if (const auto args = Positional(parser); !args.empty()) {
-            problem = "process takes no ADDRESS: " + args[0];
-        }
-    }
-    if (!problem.empty()) {
-        return Usage(kShortcutUsage, problem);
-    }
-
-    RunSession run(options);
+    RunSession run(c.options);
     if (auto p = run.apply()) {
         return Usage(kShortcutUsage, *p);
     }
-    WebSession session(&run.form(), overrides);
+    WebSession session(&run.form(), c.overrides);
     const std::string file = session.web.settings.shortcutFile();
     if (!webfiles::ReadLines(file)) {
         std::cerr << "gleanmark: cannot read the shortcut file " << file << "\n";
