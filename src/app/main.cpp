@@ -31,7 +31,8 @@ int main(int argc, char* argv[]) {
             << "usage: gleanmark            open the main window\n"
                "       gleanmark run --help       process files from the command line\n"
                "       gleanmark crawl --help     crawl a web site and process its pages\n"
-               "       gleanmark shortcut --help  save, clear and process shortcut addresses\n";
+               "       gleanmark shortcut --help  save, clear and process shortcut addresses\n"
+               "       gleanmark --version        print the version\n";
         return 2;
     }
     PrepareWebEngine();

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 void PrepareWebEngine() {
     // The browser view draws with OpenGL contexts shared with the widgets'.
@@ -19,5 +20,10 @@ void PrepareWebEngine() {
         qputenv("QTWEBENGINE_CHROMIUM_FLAGS",
                 "--disable-background-networking --disable-component-update --no-first-run "
                 "--disable-domain-reliability --disable-sync --no-pings");
+    }
+    // The browser's start-up report (GL type, Chromium flags) is of no use
+    // to a user who started the program from a terminal.
+    if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES")) {
+        QLoggingCategory::setFilterRules("qt.webenginecontext.info=false");
     }
 }
