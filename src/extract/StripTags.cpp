@@ -1,3 +1,4 @@
+#include "AtExit.h"
 #include "EventPump.h"
 #include "ProgressBar.h"
 #include "ScanEngine.h"
@@ -14,7 +15,7 @@ using textops::ReplaceAll;
 // yielding on every pass, until the run is cancelled.
 bool ScanEngine::RemoveBlocks(const char* open, const char* close, long closeLength) {
     for (;;) {
-        pump_.yield();
+        Yield();
         if (intCancel == 1) {
             return false;
         }
@@ -39,6 +40,8 @@ bool ScanEngine::RemoveBlocks(const char* open, const char* close, long closeLen
 }
 
 void ScanEngine::StripTags() {
+    LoadProgress();
+    const AtExit show([this] { ShowProgress(); });
     strScanText += ' ';
     if (chkStrip) {
         // The stripped output keeps its paragraphs, line breaks and table rows.
@@ -53,7 +56,7 @@ void ScanEngine::StripTags() {
 
     const float end = chkStrip ? 100.0f : 50.0f;
     for (;;) {
-        pump_.yield();
+        Yield();
         if (intCancel == 1) {
             return;
         }
@@ -86,5 +89,6 @@ void ScanEngine::StripTags() {
     }
     ReplaceAll(strScanText, "amp", "");
     ReplaceAll(strScanText, "nbsp", "");
-    progress_.setValue(end);
+    progressValue_ = end;
+    progressShown_ = false;
 }
