@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <unordered_map>
 
 #include "AtExit.h"
@@ -52,10 +53,19 @@ private:
 void ScanEngine::PrepareText() {
     // One pass does it all: backspace, tab, line feed and carriage return
     // become spaces, then every "quot" (left to right, as a replace-all does),
-    // and each run of spaces is written as one. Collapsing pair by pair, as
+    // and each run of spaces is written as one; the space appended in front
+    // of all that is added at the end of the pass. Collapsing pair by pair, as
     // the steps do, halves a run (rounding up) per pass over the text; the
     // passes yield in between, so their number is kept.
-    strScanText += ' ';
+    enum : uint8_t { Other, Space, Q };
+    static const std::array<uint8_t, 256> kClass = [] {
+        std::array<uint8_t, 256> c{};
+        for (unsigned char s : {' ', '\b', '\t', '\n', '\r'}) {
+            c[s] = Space;
+        }
+        c['q'] = Q;
+        return c;
+    }();
     char* text = strScanText.data();
     const size_t n = strScanText.size();
     size_t write = 0;
@@ -63,31 +73,52 @@ void ScanEngine::PrepareText() {
     size_t longestRun = 0;
     for (size_t read = 0; read < n;) {
         const char c = text[read];
+        const uint8_t kind = kClass[static_cast<unsigned char>(c)];
         size_t length = 1;
-        bool space = c == ' ' || c == '\b' || c == '\t' || c == '\n' || c == '\r';
-        if (c == 'q' && n - read >= 4 && text[read + 1] == 'u' && text[read + 2] == 'o' &&
+        if (kind == Q && n - read >= 4 && text[read + 1] == 'u' && text[read + 2] == 'o' &&
             text[read + 3] == 't') {
-            space = true;
             length = 4;
-        }
-        if (space) {
-            if (run++ == 0) {
-                text[write++] = ' ';
+        } else if (kind != Space) {
+            if (run != 0) {
+                longestRun = std::max(longestRun, run);
+                run = 0;
             }
-        } else {
-            longestRun = std::max(longestRun, run);
-            run = 0;
             text[write++] = c;
+            ++read;
+            continue;
+        }
+        if (run++ == 0) {
+            text[write++] = ' ';
         }
         read += length;
     }
+    // The appended space.
+    const bool grows = run++ == 0 && write == n;
+    if (run == 1 && !grows) {
+        text[write++] = ' ';
+    }
     longestRun = std::max(longestRun, run);
     strScanText.resize(write);
+    if (grows) {
+        strScanText += ' ';
+    }
     for (size_t passes = 0; longestRun > 1; longestRun = (longestRun + 1) / 2) {
         if (passes++ > 0) {
             Yield();
         }
     }
+}
+
+const std::string& ScanEngine::ProcessTime() {
+    // The text shows minutes: reading the clock (and the time zone) for every
+    // row of a big file is wasted work, so it is read again after 50 ms.
+    const auto now = std::chrono::steady_clock::now();
+    if (!processTimeRead_ || now - processTimeAt_ > std::chrono::milliseconds(50)) {
+        processTime_ = ProcessTimeText(clock_.now());
+        processTimeAt_ = now;
+        processTimeRead_ = true;
+    }
+    return processTime_;
 }
 
 struct ScanEngine::Recording {
@@ -168,9 +199,10 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
                                    const KeywordTable& rstKeyWord) {
     LoadProgress();
     const AtExit show([this] { ShowProgress(); });
+    processTimeRead_ = false;
     PrepareText();
     Recording r(std::move(strScanText), rstWF);
-    const AtExit putBack([&] { strScanText = r.state.text.str(); });
+    const AtExit putBack([&] { strScanText = r.state.text.release(); });
     const KeywordsByName keywordsByName(rstKeyWord);
     // The markers searched for pass after pass are followed through the file.
     if (std::find(arrColumns.begin(), arrColumns.end(), "WebSite") != arrColumns.end()) {
@@ -222,7 +254,7 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
             // Crossed on purpose: the "FileName" box fills the process time
             // and the "ProcessTime" box fills the file name.
             if (chkFileName && column == "ProcessTime") {
-                Put(rstWF, r.row, j, ProcessTimeText(clock_.now()));
+                Put(rstWF, r.row, j, ProcessTime());
             }
             if (chkTime && column == "FileName") {
                 Put(rstWF, r.row, j, strCurFile);
@@ -251,9 +283,10 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
                                       ResultTable& rstWF, const KeywordTable& rstKeyWord) {
     LoadProgress();
     const AtExit show([this] { ShowProgress(); });
+    processTimeRead_ = false;
     PrepareText();
     Recording r(std::move(strScanText), rstWF);
-    const AtExit putBack([&] { strScanText = r.state.text.str(); });
+    const AtExit putBack([&] { strScanText = r.state.text.release(); });
     // Counted down like in RecordFileResults, but it decides nothing here.
     r.remaining = RowCountdown(arrColumns);
     Yield();
@@ -281,8 +314,7 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
         // text: the last record decides what the cell keeps.
         const bool fileOrTime = column == "ProcessTime" || column == "FileName";
         const auto putFileOrTime = [&] {
-            Put(rstWF, r.row, j,
-                column == "ProcessTime" ? ProcessTimeText(clock_.now()) : strCurFile);
+            Put(rstWF, r.row, j, column == "ProcessTime" ? ProcessTime() : strCurFile);
         };
         if (fileOrTime) {
             putFileOrTime();

@@ -67,7 +67,7 @@ std::string ScanEngine::ScanAtSign(ScanState& state) {
         SetScanPos(text.rank(at));
         throw InvalidArgumentError();
     }
-    SetScanPos(text.rank(spaceAfter) - text.rank(at) - 1);
+    SetScanPos(text.keptBetween(at + 1, spaceAfter));
     std::string result;
     for (size_t i = text.nextKept(spaceBefore == ScanState::npos ? at + 1 : spaceBefore + 1);
          i < spaceAfter && result.size() < kAddressCap; i = text.nextKept(i + 1)) {
@@ -105,7 +105,7 @@ std::string ScanEngine::ScanWebSite(ScanState& state, TextMarker* marker) {
         SetScanPos(text.rank(at));
         throw InvalidArgumentError();
     }
-    SetScanPos(text.rank(spaceAfter) - text.rank(at));
+    SetScanPos(text.keptBetween(at, spaceAfter));
     std::string result;
     for (size_t i = text.nextKept(spaceBefore + 1); i < spaceAfter; i = text.nextKept(i + 1)) {
         result += text.at(i);
@@ -119,7 +119,7 @@ template <class Scan>
 std::string ScanEngine::ScanOnce(Scan scan) {
     ScanState state(std::move(strScanText));
     // The text goes back also when a scanner raises its error.
-    const AtExit putBack([&] { strScanText = state.text.str(); });
+    const AtExit putBack([&] { strScanText = state.text.release(); });
     LoadProgress();
     return scan(state);
 }

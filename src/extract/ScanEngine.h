@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -105,6 +106,8 @@ private:
     // can look at it.
     void ProgressStep(float end = 100.0f);
     void Yield();
+    // The present time as "mmm-d-yy h:mm".
+    const std::string& ProcessTime();
     void LoadProgress();
     void ShowProgress();
     // The script and comment loops of StripTags; false when cancelled.
@@ -116,6 +119,9 @@ private:
     Clock& clock_;
     float progressValue_ = 0;
     bool progressShown_ = true;
+    std::string processTime_;
+    std::chrono::steady_clock::time_point processTimeAt_;
+    bool processTimeRead_ = false;
     // The folded, trimmed names of arrKeyNames with the index of the first
     // entry of each, and how many of its entries they cover.
     std::unordered_map<std::string, size_t> keyNameIndex_;

@@ -1,14 +1,24 @@
 #include "ScanText.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 
 namespace {
 
-constexpr size_t kWordsPerBlock = 64;  // 4096 characters per counted block
+constexpr size_t kWordsPerBlock = 8;  // 512 characters per counted block
 
 size_t Words(size_t chars) {
     return (chars + 63) / 64;
+}
+
+// Bits set in a word (without relying on a popcount instruction).
+size_t Ones(uint64_t x) {
+    x = x - ((x >> 1) & 0x5555555555555555ull);
+    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+    x = (x + (x >> 4)) & 0x0f0f0f0f0f0f0f0full;
+    return static_cast<size_t>((x * 0x0101010101010101ull) >> 56);
 }
 
 }  // namespace
@@ -109,12 +119,33 @@ size_t ScanText::rank(size_t i) const {
         taken += counts_[b];
     }
     for (size_t k = block * kWordsPerBlock; k < w; ++k) {
-        taken += static_cast<size_t>(std::popcount(taken_[k]));
+        taken += Ones(taken_[k]);
     }
     if ((i & 63) != 0) {
-        taken += static_cast<size_t>(std::popcount(taken_[w] & (~0ull >> (64 - (i & 63)))));
+        taken += Ones(taken_[w] & (~0ull >> (64 - (i & 63))));
     }
     return i - taken;
+}
+
+size_t ScanText::keptBetween(size_t from, size_t to) const {
+    if (to <= from) {
+        return 0;
+    }
+    if ((to - from) / 64 > 2 * kWordsPerBlock) {
+        return rank(to) - rank(from);
+    }
+    size_t taken = 0;
+    for (size_t w = from >> 6; w <= (to - 1) >> 6; ++w) {
+        uint64_t bits = taken_[w];
+        if (w == from >> 6) {
+            bits &= ~0ull << (from & 63);
+        }
+        if (w == (to - 1) >> 6 && (to & 63) != 0) {
+            bits &= ~0ull >> (64 - (to & 63));
+        }
+        taken += Ones(bits);
+    }
+    return to - from - taken;
 }
 
 bool ScanText::keptRun(size_t from, size_t count) const {
@@ -139,10 +170,29 @@ void ScanText::replaceWithSpaces(std::string_view marks) {
         hit[static_cast<unsigned char>(c)] = true;
     }
     for (char& c : text_) {
-        if (hit[static_cast<unsigned char>(c)]) {
-            c = ' ';
-        }
+        c = hit[static_cast<unsigned char>(c)] ? ' ' : c;
     }
+}
+
+std::string ScanText::release() {
+    size_t write = 0;
+    for (size_t i = nextKept(0); i < size();) {
+        size_t w = i >> 6;
+        uint64_t stop = taken_[w] & (~0ull << (i & 63));
+        while (stop == 0) {
+            stop = taken_[++w];
+        }
+        const size_t end = std::min(size(), (w << 6) + static_cast<size_t>(std::countr_zero(stop)));
+        if (write != i) {
+            std::memmove(text_.data() + write, text_.data() + i, end - i);
+        }
+        write += end - i;
+        i = nextKept(end);
+    }
+    text_.resize(write);
+    std::string out = std::move(text_);
+    *this = ScanText(std::string());
+    return out;
 }
 
 std::string ScanText::str() const {

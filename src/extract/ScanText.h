@@ -29,16 +29,20 @@ public:
     // Takes out `count` characters still in the text, starting at `from`
     // (which must still be in it); returns the position after the last one.
     size_t take(size_t from, size_t count);
-    // How many characters still in the text come before `i`.
+    // How many characters still in the text come before `i`, and how many lie
+    // in [from, to).
     size_t rank(size_t i) const;
+    size_t keptBetween(size_t from, size_t to) const;
     // Whether the `count` characters from `from` on are all still in the text.
     bool keptRun(size_t from, size_t count) const;
 
     // Every character of `marks` becomes a space.
     void replaceWithSpaces(std::string_view marks);
 
-    // The text as it now reads.
+    // The text as it now reads; release() hands over the text itself,
+    // closing the gaps in place, and leaves this object empty.
     std::string str() const;
+    std::string release();
 
 private:
     void mark(size_t i);
