@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "KeywordTable.h"
+#include "MarkupRemoval.h"
 
 class Clock;
 class EventPump;
@@ -110,8 +111,8 @@ private:
     const std::string& ProcessTime();
     void LoadProgress();
     void ShowProgress();
-    // The script and comment loops of StripTags; false when cancelled.
-    bool RemoveBlocks(const char* open, const char* close, long closeLength);
+    // One removal loop of StripTags; false when cancelled.
+    bool RemoveMarkup(const MarkupRemoval::Marks& marks);
     void SetScanPos(size_t zeroBasedPosition);
 
     EventPump& pump_;

@@ -1,41 +1,65 @@
 #include "AtExit.h"
 #include "EventPump.h"
+#include "MarkupRemoval.h"
 #include "ProgressBar.h"
 #include "ScanEngine.h"
 #include "TextOps.h"
 
-using textops::FindNoCase;
 using textops::ReplaceAll;
 
-// Removes blocks from the first `open` through the first `close` (both found
-// ignoring case), every exact copy of a block at once, until one of the two is
-// missing. When the first `close` stands shortly before the first `open`, the
-// block is cut from `open` with the length that the distance gives: shorter
-// than `open`, or empty, in which case nothing changes and the loop goes on,
-// yielding on every pass, until the run is cancelled.
-bool ScanEngine::RemoveBlocks(const char* open, const char* close, long closeLength) {
+namespace {
+
+using Marks = MarkupRemoval::Marks;
+
+const Marks kScripts{"<SCRIPT", "SCRIPT>", true, false, true};
+const Marks kComments{"<!", "->", true, false, true};
+const Marks kTags{"<", ">", false, true, false};
+
+}  // namespace
+
+// One removal loop: a yield and a Cancel test before each pass, and in the tag
+// loop a progress step after each. A piece of no length in a block loop would
+// be removed again and again for ever: the loop then only yields until Cancel.
+// False when cancelled.
+bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks) {
+    MarkupRemoval removal(std::move(strScanText), marks);
+    const AtExit putBack([&] {
+        strScanText = removal.release();
+        // The block loops leave where they last found an opening mark.
+        if (!marks.blocks) {
+            return;
+        }
+        if (removal.scanFound() == MarkupRemoval::Found::None) {
+            lngScanPos = 0;
+        } else if (removal.scanFound() == MarkupRemoval::Found::At) {
+            SetScanPos(removal.scanPos());
+        }
+    });
+    const float end = chkStrip ? 100.0f : 50.0f;
     for (;;) {
         Yield();
         if (intCancel == 1) {
             return false;
         }
-        const size_t openAt = FindNoCase(strScanText, open);
-        const size_t closeAt = FindNoCase(strScanText, close);
-        if (openAt == std::string::npos) {
-            lngScanPos = 0;
-            return true;
+        switch (removal.next()) {
+            case MarkupRemoval::Pass::Done:
+                return true;
+            case MarkupRemoval::Pass::Endless:
+                if (onEndlessLoop) {
+                    onEndlessLoop();
+                }
+                for (;;) {
+                    Yield();
+                    if (intCancel == 1) {
+                        return false;
+                    }
+                }
+            case MarkupRemoval::Pass::Removed:
+                if (marks.toSpace) {
+                    ProgressStep(end);
+                }
+                break;
         }
-        SetScanPos(openAt);
-        if (closeAt == std::string::npos) {
-            return true;
-        }
-        const long distance = static_cast<long>(closeAt) - static_cast<long>(openAt);
-        if (distance < -closeLength) {
-            return true;
-        }
-        const std::string block =
-            strScanText.substr(openAt, static_cast<size_t>(distance + closeLength));
-        ReplaceAll(strScanText, block, "");
     }
 }
 
@@ -50,45 +74,17 @@ void ScanEngine::StripTags() {
         }
         ReplaceAll(strScanText, "\x7f", "");
     }
-    if (!RemoveBlocks("<SCRIPT", "SCRIPT>", 7) || !RemoveBlocks("<!", "->", 2)) {
+    if (!RemoveMarkup(kScripts) || !RemoveMarkup(kComments) || !RemoveMarkup(kTags)) {
         return;
     }
-
-    const float end = chkStrip ? 100.0f : 50.0f;
-    for (;;) {
-        Yield();
-        if (intCancel == 1) {
-            return;
-        }
-        // One whole tag: the first "<" and the first ">" at or after it. A
-        // "<" with no ">" behind it ends the loop, also when a ">" stands in
-        // front of it.
-        size_t open = strScanText.find('<');
-        size_t close = strScanText.find('>');
-        if (open != std::string::npos && (close == std::string::npos || open > close)) {
-            if (close != std::string::npos) {
-                close = strScanText.find('>', open);
-            }
-            if (close == std::string::npos) {
-                open = std::string::npos;
-            }
-        }
-        if (open == std::string::npos) {
-            break;
-        }
-        const std::string tag = strScanText.substr(open, close - open + 1);
-        ReplaceAll(strScanText, tag, " ");
-        ProgressStep(end);
-    }
-
     // Entities: "&amp;" and "&nbsp;" leave spaces only; "&quot;" leaves the
     // word "quot", which the recording routines remove. The letters "amp" and
     // "nbsp" go from ordinary words as well.
-    for (const char* mark : {"&", ",", ";"}) {
-        ReplaceAll(strScanText, mark, " ");
+    for (char& c : strScanText) {
+        c = c == '&' || c == ',' || c == ';' ? ' ' : c;
     }
     ReplaceAll(strScanText, "amp", "");
     ReplaceAll(strScanText, "nbsp", "");
-    progressValue_ = end;
+    progressValue_ = chkStrip ? 100.0f : 50.0f;
     progressShown_ = false;
 }

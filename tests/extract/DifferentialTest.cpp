@@ -141,7 +141,7 @@ uint32_t EnvNumber(const char* name, uint32_t fallback) {
 
 TEST(Differential, LinearEngineMatchesTheReferenceOnGeneratedRuns) {
     const uint32_t first = EnvNumber("GLEANMARK_DIFF_SEED", 1);
-    const uint32_t cases = EnvNumber("GLEANMARK_DIFF_CASES", 4000);
+    const uint32_t cases = EnvNumber("GLEANMARK_DIFF_CASES", 10000);
     std::cout << "differential: seeds " << first << " to " << first + cases - 1 << "\n";
     int failures = 0;
     long cancelled = 0, endless = 0, errors = 0, rows = 0;

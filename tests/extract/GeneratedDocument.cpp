@@ -85,7 +85,29 @@ const PieceGroup& PickGroup(Dice& dice) {
     return kPieceGroups.front();
 }
 
+// Dense mark-up from a few characters: tags inside tags, marks split and
+// joined by removals, blocks that end before they begin.
+std::string MakeMarkupStorm(Dice& dice) {
+    static const std::vector<std::string> kAlphabets = {"<> ab", "<>!- ab", "<>sScCrRiIpPtT ",
+                                                        "<>!-sScriptT a", "<<>>a b!-"};
+    static const std::vector<std::string> kWords = {"<script>", "SCRIPT>", "<!--", "-->",
+                                                    "<b>",      "<a <b>",  "->",   "<!"};
+    const std::string& alphabet = dice.pick(kAlphabets);
+    std::string text;
+    for (size_t i = dice.below(dice.chance(30) ? 200 : 40); i > 0; --i) {
+        if (dice.chance(12)) {
+            text += dice.pick(kWords);
+        } else {
+            text += alphabet[dice.below(alphabet.size())];
+        }
+    }
+    return text;
+}
+
 std::string MakeText(Dice& dice) {
+    if (dice.chance(20)) {
+        return MakeMarkupStorm(dice);
+    }
     const size_t pieces = dice.chance(8) ? 150 + dice.below(250) : dice.below(60);
     std::string text;
     for (size_t i = 0; i < pieces; ++i) {
