@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "ByteSearch.h"
 #include "TextOps.h"
 
 using textops::FindNoCase;
@@ -31,6 +32,61 @@ bool Same(std::string_view a, std::string_view b, bool ignoreCase) {
 
 }  // namespace
 
+uint64_t PieceSet::Hash(std::string_view piece) {
+    // Eight bytes at a time, multiplied and folded.
+    uint64_t h = 0x9e3779b97f4a7c15ull ^ piece.size();
+    size_t i = 0;
+    for (; i + 8 <= piece.size(); i += 8) {
+        uint64_t w;
+        std::memcpy(&w, piece.data() + i, 8);
+        h = (h ^ w) * 0xff51afd7ed558ccdull;
+        h ^= h >> 32;
+    }
+    uint64_t w = 0;
+    std::memcpy(&w, piece.data() + i, piece.size() - i);
+    h = (h ^ w) * 0xc4ceb9fe1a85ec53ull;
+    return h ^ (h >> 29);
+}
+
+bool PieceSet::contains(std::string_view piece) const {
+    const uint64_t hash = Hash(piece);
+    const size_t mask = slots_.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot& s = slots_[i];
+        if (s.data == nullptr) {
+            return false;
+        }
+        if (s.hash == hash && s.size == piece.size() &&
+            std::memcmp(s.data, piece.data(), piece.size()) == 0) {
+            return true;
+        }
+    }
+}
+
+void PieceSet::insert(std::string_view piece) {
+    if (contains(piece)) {
+        return;
+    }
+    if (2 * (used_ + 1) > slots_.size()) {
+        std::vector<Slot> old(slots_.size() * 2);
+        old.swap(slots_);
+        used_ = 0;
+        for (const Slot& s : old) {
+            if (s.data != nullptr) {
+                insert(std::string_view(s.data, s.size));
+            }
+        }
+    }
+    const uint64_t hash = Hash(piece);
+    const size_t mask = slots_.size() - 1;
+    size_t i = hash & mask;
+    while (slots_[i].data != nullptr) {
+        i = (i + 1) & mask;
+    }
+    slots_[i] = {hash, piece.data(), piece.size()};
+    ++used_;
+}
+
 MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks)
     : text_(std::move(text)), marks_(marks) {
     scanMarks();
@@ -49,31 +105,68 @@ bool MarkupRemoval::closeEndsAt(size_t i) const {
                 marks_.ignoreCase);
 }
 
-// Every opening mark starts with "<" and every closing mark ends with ">", so
-// both are found by looking at those two characters in one sweep.
+// Every opening mark starts with "<" and every closing mark ends with ">":
+// tags are found by those characters, blocks by the character pair at their
+// ends ("<s" and "t>", "<!" and "->"), which is rare in a page.
 void MarkupRemoval::scanMarks() {
-    const std::string_view text = text_;
-    Segment current{0, kNone, kNone, 0, 0};
-    size_t lt = text.find('<');
-    size_t gt = text.find('>');
-    while (lt != std::string_view::npos || gt != std::string_view::npos) {
-        if (gt == std::string_view::npos || (lt != std::string_view::npos && lt < gt)) {
-            if (openAt(lt)) {
-                if (current.firstOpen == kNone) {
-                    current.firstOpen = static_cast<uint32_t>(lt);
-                }
-                current.lastOpen = static_cast<uint32_t>(lt);
-                current.opens = static_cast<uint8_t>(std::min(current.opens + 1, 2));
+    const char* text = text_.data();
+    const size_t n = text_.size();
+    Segment current{0, kNone, 0, 0};
+    const auto addOpen = [&current](size_t at) {
+        if (current.firstOpen == kNone) {
+            current.firstOpen = static_cast<uint32_t>(at);
+        }
+        current.opens = static_cast<uint8_t>(std::min(current.opens + 1, 2));
+    };
+    const auto addClose = [&](size_t start) {
+        current.close = static_cast<uint32_t>(start);
+        segments_.push_back(current);
+        current = Segment{0, kNone, 0, 0};
+    };
+    if (!marks_.blocks) {
+        segments_.reserve(static_cast<size_t>(std::count(text, text + n, '>')));
+        for (size_t i = bytesearch::FindEither(text, n, 0, '<', '>'); i < n;
+             i = bytesearch::FindEither(text, n, i + 1, '<', '>')) {
+            if (text[i] == '<') {
+                addOpen(i);
+            } else {
+                addClose(i);
             }
-            lt = text.find('<', lt + 1);
-            continue;
         }
-        if (closeEndsAt(gt)) {
-            current.close = static_cast<uint32_t>(gt + 1 - marks_.close.size());
-            segments_.push_back(current);
-            current = Segment{0, kNone, kNone, 0, 0};
+    } else {
+        const size_t closeLength = marks_.close.size();
+        const char afterLt = FoldAscii(marks_.open[1]);
+        const char beforeGt = FoldAscii(marks_.close[closeLength - 2]);
+        const auto findOpen = [&](size_t from) {
+            for (size_t i = from;; ++i) {
+                i = bytesearch::FindPair(text, n, i, '<', false, afterLt, true);
+                if (i >= n || openAt(i)) {
+                    return i;
+                }
+            }
+        };
+        // Where the next closing mark starts, looking from `from` on.
+        const auto findClose = [&](size_t from) {
+            for (size_t i = from;; ++i) {
+                i = bytesearch::FindPair(text, n, i, beforeGt, true, '>', false);
+                if (i >= n) {
+                    return n;
+                }
+                if (closeEndsAt(i + 1)) {
+                    return i + 2 - closeLength;
+                }
+            }
+        };
+        size_t open = findOpen(0);
+        for (size_t close = findClose(0); close < n; close = findClose(close + closeLength - 1)) {
+            for (; open < close; open = findOpen(open + 1)) {
+                addOpen(open);
+            }
+            addClose(close);
         }
-        gt = text.find('>', gt + 1);
+        for (; open < n; open = findOpen(open + 1)) {
+            addOpen(open);
+        }
     }
     if (current.firstOpen != kNone) {
         finalFirstOpen_ = current.firstOpen;
@@ -87,11 +180,26 @@ void MarkupRemoval::scanMarks() {
             Special special;
             special.multi = s.opens >= 2;
             special.firstOpen = s.firstOpen;
-            special.lastOpen = s.lastOpen;
-            special.tail = text_.substr(s.lastOpen, segmentEnd(k) - s.lastOpen);
+            special.lastOpen = ownLastOpen(k);
+            special.tail =
+                std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
             follow(k, std::move(special));
         }
     }
+}
+
+// The segment's own last opening mark: the last one before its close.
+size_t MarkupRemoval::ownLastOpen(size_t k) const {
+    const Segment& s = segments_[k];
+    if (s.opens < 2) {
+        return s.firstOpen;
+    }
+    for (size_t i = s.close; i > s.firstOpen; --i) {
+        if (text_[i - 1] == '<' && openAt(i - 1)) {
+            return i - 1;
+        }
+    }
+    return s.firstOpen;
 }
 
 std::string_view MarkupRemoval::ownTag(size_t k) const {
@@ -118,7 +226,7 @@ bool MarkupRemoval::deadByTag(size_t k) {
     if ((s.flags & kDead) != 0) {
         return true;
     }
-    if (seen_.count(ownTag(k)) != 0) {
+    if (seen_.contains(ownTag(k))) {
         s.flags |= kDead;
         return true;
     }
@@ -176,7 +284,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
     // more, those whose last tag matches and whose text ends with the piece.
     std::vector<std::pair<size_t, size_t>> copies;  // segment, where the copy starts
     const auto candidates =
-        byTail_.find(std::string(single ? piece : std::string_view(headSpecial->tail)));
+        byTail_.empty() ? byTail_.end() : byTail_.find(single ? piece : headSpecial->tail);
     if (candidates != byTail_.end()) {
         for (size_t c : candidates->second) {
             const Special& s = specials_.at(c);
@@ -202,7 +310,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         segments_[head].flags |= kDead;
         passRemoved_.push_back({start, segmentEnd(head)});
     }
-    if (single && seen_.count(piece) == 0) {
+    if (single && !seen_.contains(piece)) {
         if (headSpecial != nullptr) {
             ownedPieces_.push_back(std::move(owned));
             piece = ownedPieces_.back();
@@ -286,11 +394,12 @@ void MarkupRemoval::merge(size_t into, size_t firstOpen, size_t lastOpen) {
     s.firstOpen = firstOpen;
     if (seg.opens == 0) {
         s.lastOpen = lastOpen;
-        s.tail = readForward(lastOpen, segmentEnd(into));
+        ownedPieces_.push_back(readForward(lastOpen, segmentEnd(into)));
+        s.tail = ownedPieces_.back();
         s.multi = firstOpen != lastOpen;
     } else {
-        s.lastOpen = seg.lastOpen;
-        s.tail = text_.substr(seg.lastOpen, segmentEnd(into) - seg.lastOpen);
+        s.lastOpen = ownLastOpen(into);
+        s.tail = std::string_view(text_).substr(s.lastOpen, segmentEnd(into) - s.lastOpen);
         s.multi = true;
     }
     follow(into, std::move(s));
@@ -445,15 +554,30 @@ bool MarkupRemoval::joinedMark(size_t begin, size_t end) {
     return false;
 }
 
+// Closes the gaps in place: the text never grows, as a removed range leaves
+// at most one space.
 std::string MarkupRemoval::materialize() {
-    std::string out;
-    out.reserve(text_.size());
+    // The table of pieces points into the text: settle every segment the
+    // sweep has not reached before the text is overwritten.
+    for (size_t k = cursor_; k < segments_.size(); ++k) {
+        if ((segments_[k].flags & kFollowed) == 0 && segments_[k].opens == 1) {
+            deadByTag(k);
+        }
+    }
+    char* data = text_.data();
+    size_t write = 0;
+    const auto keep = [&](size_t from, size_t to) {
+        if (write != from) {
+            std::memmove(data + write, data + from, to - from);
+        }
+        write += to - from;
+    };
     auto explicitRange = removed_.begin();
     size_t k = 0;
     const auto nextOwnTag = [&]() -> std::optional<Range> {
         for (; k < segments_.size(); ++k) {
             const Segment& s = segments_[k];
-            if ((s.flags & kFollowed) == 0 && s.opens == 1 && deadByTag(k)) {
+            if ((s.flags & kFollowed) == 0 && (s.flags & kDead) != 0) {
                 const Range r{s.firstOpen, segmentEnd(k)};
                 ++k;
                 return r;
@@ -479,19 +603,20 @@ std::string MarkupRemoval::materialize() {
             continue;  // inside a range already taken out
         }
         if (lastOpen_ < r.end && lastOpen_ >= pos && scanPos_ == SIZE_MAX) {
-            scanPos_ = out.size() + (std::min(lastOpen_, r.begin) - pos);
+            scanPos_ = write + (std::min(lastOpen_, r.begin) - pos);
         }
-        out.append(text_, pos, r.begin - pos);
+        keep(pos, r.begin);
         if (marks_.toSpace) {
-            out += ' ';
+            data[write++] = ' ';
         }
         pos = r.end;
     }
     if (lastOpen_ != SIZE_MAX && lastOpen_ >= pos && scanPos_ == SIZE_MAX) {
-        scanPos_ = out.size() + (lastOpen_ - pos);
+        scanPos_ = write + (lastOpen_ - pos);
     }
-    out.append(text_, pos, std::string::npos);
-    return out;
+    keep(pos, text_.size());
+    text_.resize(write);
+    return std::move(text_);
 }
 
 // The loop step by step, as it reads, on a text whose marks no longer follow

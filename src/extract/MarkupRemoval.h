@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 // One of the removal loops of StripTags. Each pass takes the first opening
@@ -26,6 +25,23 @@
 // tag. Passes thus cost what they remove, not the length of the text. Should a
 // removal in a block loop join a new mark together, the rest of that loop runs
 // step by step on the text as it then reads.
+// A set of pieces of text (views), with a quick hash for short pieces.
+class PieceSet {
+public:
+    bool contains(std::string_view piece) const;
+    void insert(std::string_view piece);
+
+private:
+    struct Slot {
+        uint64_t hash = 0;
+        const char* data = nullptr;
+        size_t size = 0;
+    };
+    static uint64_t Hash(std::string_view piece);
+    std::vector<Slot> slots_ = std::vector<Slot>(64);
+    size_t used_ = 0;
+};
+
 class MarkupRemoval {
 public:
     struct Marks {
@@ -55,9 +71,8 @@ private:
 
     struct Segment {
         uint32_t close;      // where its closing mark starts
-        uint32_t firstOpen;  // its own first and last opening marks, or kNone
-        uint32_t lastOpen;
-        uint8_t opens;  // 0, 1 or 2 (two or more)
+        uint32_t firstOpen;  // its own first opening mark, or kNone
+        uint8_t opens;       // 0, 1 or 2 (two or more)
         uint8_t flags;
     };
     // A segment followed one by one.
@@ -66,7 +81,7 @@ private:
         bool multi = false;  // two or more opening marks as it reads
         size_t firstOpen = 0;
         size_t lastOpen = 0;
-        std::string tail;  // from its last opening mark through its close
+        std::string_view tail;  // from its last opening mark through its close
     };
     struct Range {
         size_t begin;
@@ -85,6 +100,7 @@ private:
     bool closeEndsAt(size_t i) const;  // a closing mark ends at character i
     size_t segmentEnd(size_t k) const { return segments_[k].close + marks_.close.size(); }
     std::string_view ownTag(size_t k) const;
+    size_t ownLastOpen(size_t k) const;
     Special* special(size_t k);
     void follow(size_t k, Special s);
     bool deadByTag(size_t k);
@@ -112,10 +128,12 @@ private:
     std::vector<Segment> segments_;
     size_t finalFirstOpen_ = SIZE_MAX;  // first opening mark after the last close
     size_t cursor_ = 0;
-    std::unordered_set<std::string_view> seen_;  // one-mark pieces removed so far
-    std::deque<std::string> ownedPieces_;        // such pieces that the text does not hold
+    PieceSet seen_;                        // one-mark pieces removed so far
+    std::deque<std::string> ownedPieces_;  // such pieces that the text does not hold
     std::unordered_map<size_t, Special> specials_;
-    std::unordered_map<std::string, std::vector<size_t>> byTail_;
+    // Followed segments by their last tag. The tags are views into the text,
+    // or into ownedPieces_ where removals put them together.
+    std::unordered_map<std::string_view, std::vector<size_t>> byTail_;
     std::map<size_t, size_t> removed_;  // explicit removed ranges, begin -> end
     std::vector<Range> passRemoved_;
     size_t lastOpen_ = SIZE_MAX;

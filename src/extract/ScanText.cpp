@@ -1,5 +1,7 @@
 #include "ScanText.h"
 
+#include "ByteSearch.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -165,13 +167,7 @@ bool ScanText::keptRun(size_t from, size_t count) const {
 }
 
 void ScanText::replaceWithSpaces(std::string_view marks) {
-    std::array<bool, 256> hit{};
-    for (char c : marks) {
-        hit[static_cast<unsigned char>(c)] = true;
-    }
-    for (char& c : text_) {
-        c = hit[static_cast<unsigned char>(c)] ? ' ' : c;
-    }
+    bytesearch::ReplaceBytes(text_.data(), text_.size(), marks, ' ');
 }
 
 std::string ScanText::release() {

@@ -1,11 +1,15 @@
+#include <algorithm>
+#include <cstring>
+
 #include "AtExit.h"
+#include "ByteSearch.h"
 #include "EventPump.h"
 #include "MarkupRemoval.h"
 #include "ProgressBar.h"
 #include "ScanEngine.h"
 #include "TextOps.h"
 
-using textops::ReplaceAll;
+using textops::FindNoCase;
 
 namespace {
 
@@ -63,16 +67,100 @@ bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks) {
     }
 }
 
+namespace {
+
+// Removes every `piece` (left to right, not across a place where one was
+// removed, as a replace-all does) in place.
+void RemoveAll(std::string& text, std::string_view piece) {
+    char* data = text.data();
+    const size_t n = text.size();
+    size_t write = 0;
+    size_t read = 0;
+    for (;;) {
+        // Found by its first two characters, then checked whole.
+        size_t at = read;
+        for (;; ++at) {
+            at = bytesearch::FindPair(data, n, at, piece[0], false, piece[1], false);
+            if (at >= n || (n - at >= piece.size() &&
+                            std::memcmp(data + at, piece.data(), piece.size()) == 0)) {
+                break;
+            }
+        }
+        at = std::min(at, n);
+        if (write != read) {
+            std::memmove(data + write, data + read, at - read);
+        }
+        write += at - read;
+        if (at == n) {
+            break;
+        }
+        read = at + piece.size();
+    }
+    text.resize(write);
+}
+
+// Turns "&", "," and ";" into spaces, then removes every "amp", then every
+// "nbsp", in place.
+void RemoveEntities(std::string& text) {
+    bytesearch::ReplaceBytes(text.data(), text.size(), "&,;", ' ');
+    RemoveAll(text, "amp");
+    RemoveAll(text, "nbsp");
+}
+
+// Replaces every "<P>", then "</P>", "<BR>", "<TR>" and "</TR>" (ignoring
+// case) with a line break, then removes every character 127, in one pass in
+// place. Each tag holds a single "<", at its start, so no two of them overlap
+// and no line break joins a new one together: matching them all on the text
+// as it was gives what the replacements one after the other give, and the
+// removal of character 127, which comes after them, joins none that counts.
+void KeepLineBreaks(std::string& text) {
+    static constexpr std::string_view kTags[] = {"<p>", "</p>", "<br>", "<tr>", "</tr>"};
+    char* data = text.data();
+    const size_t n = text.size();
+    size_t write = 0;
+    size_t read = 0;
+    while (read < n) {
+        const size_t at = bytesearch::FindEither(data, n, read, '<', '\x7f');
+        if (write != read) {
+            std::memmove(data + write, data + read, at - read);
+        }
+        write += at - read;
+        read = at;
+        if (at == n) {
+            break;
+        }
+        if (data[at] == '\x7f') {
+            ++read;
+            continue;
+        }
+        const std::string_view rest(data + at, n - at);
+        const auto tag = std::find_if(std::begin(kTags), std::end(kTags), [&](std::string_view t) {
+            return rest.size() >= t.size() && FindNoCase(rest.substr(0, t.size()), t) == 0;
+        });
+        if (tag != std::end(kTags)) {
+            data[write++] = '\r';
+            data[write++] = '\n';
+            read += tag->size();
+        } else {
+            data[write++] = '<';
+            ++read;
+        }
+    }
+    text.resize(write);
+}
+
+}  // namespace
+
 void ScanEngine::StripTags() {
     LoadProgress();
     const AtExit show([this] { ShowProgress(); });
-    strScanText += ' ';
+    // The steps append a space first. No mark and no removed piece can take
+    // in the last character, so it is appended at the end instead, where the
+    // text has usually shrunk and has room for it.
+    const AtExit appendSpace([this] { strScanText += ' '; });
     if (chkStrip) {
         // The stripped output keeps its paragraphs, line breaks and table rows.
-        for (const char* tag : {"<P>", "</P>", "<BR>", "<TR>", "</TR>"}) {
-            ReplaceAll(strScanText, tag, "\r\n", true);
-        }
-        ReplaceAll(strScanText, "\x7f", "");
+        KeepLineBreaks(strScanText);
     }
     if (!RemoveMarkup(kScripts) || !RemoveMarkup(kComments) || !RemoveMarkup(kTags)) {
         return;
@@ -80,11 +168,7 @@ void ScanEngine::StripTags() {
     // Entities: "&amp;" and "&nbsp;" leave spaces only; "&quot;" leaves the
     // word "quot", which the recording routines remove. The letters "amp" and
     // "nbsp" go from ordinary words as well.
-    for (char& c : strScanText) {
-        c = c == '&' || c == ',' || c == ';' ? ' ' : c;
-    }
-    ReplaceAll(strScanText, "amp", "");
-    ReplaceAll(strScanText, "nbsp", "");
+    RemoveEntities(strScanText);
     progressValue_ = chkStrip ? 100.0f : 50.0f;
     progressShown_ = false;
 }
