@@ -172,6 +172,13 @@ int RunCommandLine(int argc, char* argv[]) {
     NoClipboard clipboard;
     MainForm form({prompts, pump, clock, launcher, clipboard, clipboard});
     cancel = &form.intCancel;
+    // No one can press Cancel here: a file that would be processed for ever
+    // counts as a Cancel press.
+    form.engine().onEndlessLoop = [&form] {
+        std::cerr << "gleanmark: the file '" << form.engine().strCurFile
+                  << "' would be processed for ever; the run is cancelled there.\n";
+        form.intCancel = 1;
+    };
     form.Form_Load();
 
     // Tick the functions the way a user would: through the "Setting" menu.
