@@ -1,12 +1,19 @@
-// Throughput of the extraction engine on one file's text: StripTags followed
-// by RecordFileResults, on generated HTML and plain text of several sizes.
+// Throughput of the extraction engine on one big file's text, as a run does
+// it: StripTags and then the recording, on generated HTML and plain text.
 //
-// Usage: gleanmark-bench [--all-columns] [size-in-MB ...]
-// The default sizes are 1 and 10 MB with the columns Email, WebSite, MailTo
-// (about two minutes: the scanners take a pass over the remaining text per
-// address and the tag loop one per distinct tag, so time grows with the
-// square of the size). --all-columns adds FileName and ProcessTime, which
-// makes every address be scanned; use small sizes with it.
+// Usage: gleanmark-bench [size-in-MB ...]   (default 1 10 100)
+//
+// Workloads: "addresses" records Email, WebSite, MailTo, FileName and
+// ProcessTime; "keywords" records three keyword columns with FileName and
+// ProcessTime; "strip" is the text a stripping run writes. Each measurement
+// runs in a child process of its own, so its peak memory (the generated text
+// included) is its own. The straightforward reference engine is measured at
+// 1 MB for comparison; the growth ratios compare each size with the one
+// before it (linear cost gives about the ratio of the sizes).
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -18,6 +25,7 @@
 #include "Corpus.h"
 #include "EventPump.h"
 #include "ProgressBar.h"
+#include "ReferenceEngine.h"
 #include "ResultTable.h"
 #include "ScanEngine.h"
 
@@ -28,95 +36,131 @@ public:
     void yield() override {}
 };
 
-struct Columns {
-    const char* label;
-    std::vector<std::string> names;
-};
+enum class Workload { Addresses, Keywords, Strip };
+const char* const kWorkloadNames[] = {"addresses", "keywords", "strip"};
 
-// The three address columns alone end a file at the second pass (the
-// countdown starts at 1 and the web-site column is empty once a mailto scan
-// has run); with the file name and time columns every address is scanned.
-const std::vector<Columns> kColumnSets = {
-    {"Email,WebSite,MailTo", {"Email", "WebSite", "MailTo"}},
-    {"+FileName,ProcessTime", {"Email", "WebSite", "MailTo", "FileName", "ProcessTime"}},
+struct Input {
+    const char* name;
+    std::string (*make)(size_t, uint32_t);
 };
-
-const std::vector<double> kDefaultSizes = {1, 10};
+const Input kInputs[] = {{"html", MakeHtmlCorpus}, {"text", MakeTextCorpus}};
 
 struct Result {
-    double seconds;
-    size_t rows;
+    double seconds = 0;
+    size_t bytes = 0;
+    size_t rows = 0;
+    long peakKb = 0;
 };
 
-Result Measure(const std::string& text, const std::vector<std::string>& columns) {
+template <class Engine>
+Result Measure(std::string text, Workload workload) {
     NoPump pump;
     PlainProgress progress;
     SystemClock clock;
-    ScanEngine engine(pump, progress, clock);
-    engine.chkFileName = engine.chkTime = true;
+    Engine engine(pump, progress, clock);
     engine.strCurFile = "bench-input";
     ResultTable table;
+    KeywordTable keywords;
+    std::vector<std::string> columns;
+    if (workload == Workload::Addresses) {
+        columns = {"Email", "WebSite", "MailTo", "FileName", "ProcessTime"};
+    } else if (workload == Workload::Keywords) {
+        for (const char* name : {" annual report ", " customer support ", " please write "}) {
+            keywords.add(name, "1, 2");
+            columns.push_back(name);
+        }
+        columns.insert(columns.end(), {"FileName", "ProcessTime"});
+        engine.intUseKeyword = 1;
+    } else {
+        engine.chkStrip = true;
+    }
+    engine.chkFileName = engine.chkTime = true;
     for (const std::string& c : columns) {
         table.appendColumn(c);
     }
-    KeywordTable keywords;
-
+    Result r;
+    r.bytes = text.size();
     const auto start = std::chrono::steady_clock::now();
-    engine.strScanText = text;
+    engine.strScanText = std::move(text);
     engine.StripTags();
-    engine.RecordFileResults(columns, table, keywords);
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    return {elapsed.count(), table.rowCount()};
+    if (workload != Workload::Strip) {
+        engine.RecordFileResults(columns, table, keywords);
+    }
+    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    r.rows = table.rowCount();
+    return r;
+}
+
+// Runs one measurement in a child process and reads back its figures.
+Result InChild(const Input& input, Workload workload, double mb, bool reference) {
+    int fds[2];
+    if (pipe(fds) != 0) {
+        std::perror("pipe");
+        std::exit(1);
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(fds[0]);
+        std::string text = input.make(static_cast<size_t>(mb * 1024 * 1024), 7);
+        const Result r = reference ? Measure<ReferenceEngine>(std::move(text), workload)
+                                   : Measure<ScanEngine>(std::move(text), workload);
+        if (write(fds[1], &r, sizeof r) != static_cast<ssize_t>(sizeof r)) {
+            _exit(1);
+        }
+        _exit(0);
+    }
+    close(fds[1]);
+    Result r;
+    const bool read_ok = read(fds[0], &r, sizeof r) == static_cast<ssize_t>(sizeof r);
+    close(fds[0]);
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    if (!read_ok || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        std::fprintf(stderr, "measurement failed\n");
+        std::exit(1);
+    }
+    r.peakKb = usage.ru_maxrss;
+    return r;
+}
+
+void Print(const Input& input, Workload workload, const char* engine, const Result& r) {
+    const double mb = static_cast<double>(r.bytes) / (1024.0 * 1024.0);
+    std::printf("%-5s %-10s %-10s %8.1f %9.3f %9.1f %8zu %8ld\n", input.name,
+                kWorkloadNames[static_cast<int>(workload)], engine, mb, r.seconds, mb / r.seconds,
+                r.rows, r.peakKb / 1024);
+    std::fflush(stdout);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     std::vector<double> sizes;
-    size_t columnSets = 1;
     for (int i = 1; i < argc; ++i) {
-        if (std::string(argv[i]) == "--all-columns") {
-            columnSets = kColumnSets.size();
-            continue;
-        }
         const double mb = std::atof(argv[i]);
         if (mb <= 0) {
-            std::fprintf(stderr, "usage: %s [--all-columns] [size-in-MB ...]\n", argv[0]);
+            std::fprintf(stderr, "usage: %s [size-in-MB ...]\n", argv[0]);
             return 2;
         }
         sizes.push_back(mb);
     }
     if (sizes.empty()) {
-        sizes = kDefaultSizes;
+        sizes = {1, 10, 100};
     }
-
-    std::printf("StripTags + RecordFileResults, one file per measurement, sizes (MB):");
-    for (double mb : sizes) {
-        std::printf(" %g", mb);
-    }
-    std::printf("\n");
-    std::printf("%-5s %-22s %10s %8s %10s %9s\n", "input", "columns", "bytes", "rows", "seconds",
-                "MB/s");
-    struct Kind {
-        const char* name;
-        std::string (*make)(size_t, uint32_t);
-    };
-    for (const Kind& kind : {Kind{"html", MakeHtmlCorpus}, Kind{"text", MakeTextCorpus}}) {
-        for (size_t set = 0; set < columnSets; ++set) {
-            const Columns& columns = kColumnSets[set];
+    std::printf("%-5s %-10s %-10s %8s %9s %9s %8s %8s\n", "input", "workload", "engine", "MB",
+                "seconds", "MB/s", "rows", "peak MB");
+    for (const Input& input : kInputs) {
+        for (Workload workload : {Workload::Addresses, Workload::Keywords, Workload::Strip}) {
             std::vector<Result> results;
             for (double mb : sizes) {
-                const std::string text = kind.make(static_cast<size_t>(mb * 1024 * 1024), 7);
-                const Result r = Measure(text, columns.names);
-                results.push_back(r);
-                std::printf("%-5s %-22s %10zu %8zu %10.3f %9.2f\n", kind.name, columns.label,
-                            text.size(), r.rows, r.seconds,
-                            static_cast<double>(text.size()) / (1024.0 * 1024.0) / r.seconds);
-                std::fflush(stdout);
+                results.push_back(InChild(input, workload, mb, false));
+                Print(input, workload, "linear", results.back());
             }
-            for (size_t i = 1; i < sizes.size(); ++i) {
-                std::printf("%-5s %-22s time ratio %g MB / %g MB: %.1f\n", kind.name, columns.label,
-                            sizes[i], sizes[i - 1], results[i].seconds / results[i - 1].seconds);
+            Print(input, workload, "reference", InChild(input, workload, 1, true));
+            for (size_t i = 1; i < results.size(); ++i) {
+                std::printf("%-5s %-10s growth %g MB -> %g MB: time x %.1f\n", input.name,
+                            kWorkloadNames[static_cast<int>(workload)], sizes[i - 1], sizes[i],
+                            results[i].seconds / results[i - 1].seconds);
             }
         }
     }

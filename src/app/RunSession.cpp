@@ -118,6 +118,13 @@ RunSession::RunSession(const RunOptions& options)
     form_ = std::make_unique<MainForm>(
         MainForm::Ports{*prompts_, *pump_, clock_, *desktop_, *desktop_, *desktop_});
     cancel_ = &form_->intCancel;
+    // No one can press Cancel here: a file that would be processed for ever
+    // counts as a Cancel press.
+    form_->engine().onEndlessLoop = [this] {
+        std::cerr << "gleanmark: the file '" << form_->engine().strCurFile
+                  << "' would be processed for ever; the run is cancelled there.\n";
+        form_->intCancel = 1;
+    };
     form_->Form_Load();
 }
 

@@ -1,14 +1,17 @@
+#include <algorithm>
+#include <array>
 #include <unordered_map>
 
+#include "AtExit.h"
 #include "Clock.h"
 #include "EventPump.h"
 #include "ProgressBar.h"
 #include "ResultTable.h"
 #include "ScanEngine.h"
+#include "ScanState.h"
 #include "TextOps.h"
 
 using textops::FoldAscii;
-using textops::ReplaceAll;
 using textops::Trim;
 
 namespace {
@@ -48,25 +51,93 @@ private:
 }  // namespace
 
 void ScanEngine::PrepareText() {
-    strScanText += ' ';
-    for (char& c : strScanText) {
-        if (c == '\b' || c == '\t' || c == '\n' || c == '\r') {
-            c = ' ';
+    // One pass does it all: backspace, tab, line feed and carriage return
+    // become spaces, then every "quot" (left to right, as a replace-all does),
+    // and each run of spaces is written as one; the space appended in front
+    // of all that is added at the end of the pass. Collapsing pair by pair, as
+    // the steps do, halves a run (rounding up) per pass over the text; the
+    // passes yield in between, so their number is kept.
+    enum : uint8_t { Other, Space, Q };
+    static const std::array<uint8_t, 256> kClass = [] {
+        std::array<uint8_t, 256> c{};
+        for (unsigned char s : {' ', '\b', '\t', '\n', '\r'}) {
+            c[s] = Space;
         }
+        c['q'] = Q;
+        return c;
+    }();
+    char* text = strScanText.data();
+    const size_t n = strScanText.size();
+    size_t write = 0;
+    size_t run = 0;
+    size_t longestRun = 0;
+    for (size_t read = 0; read < n;) {
+        const char c = text[read];
+        const uint8_t kind = kClass[static_cast<unsigned char>(c)];
+        size_t length = 1;
+        if (kind == Q && n - read >= 4 && text[read + 1] == 'u' && text[read + 2] == 'o' &&
+            text[read + 3] == 't') {
+            length = 4;
+        } else if (kind != Space) {
+            if (run != 0) {
+                longestRun = std::max(longestRun, run);
+                run = 0;
+            }
+            text[write++] = c;
+            ++read;
+            continue;
+        }
+        if (run++ == 0) {
+            text[write++] = ' ';
+        }
+        read += length;
     }
-    ReplaceAll(strScanText, "quot", " ");
-    bool firstPass = true;
-    while (strScanText.find("  ") != std::string::npos) {
-        if (!firstPass) {
-            pump_.yield();
+    // The appended space.
+    const bool grows = run++ == 0 && write == n;
+    if (run == 1 && !grows) {
+        text[write++] = ' ';
+    }
+    longestRun = std::max(longestRun, run);
+    strScanText.resize(write);
+    if (grows) {
+        strScanText += ' ';
+    }
+    for (size_t passes = 0; longestRun > 1; longestRun = (longestRun + 1) / 2) {
+        if (passes++ > 0) {
+            Yield();
         }
-        firstPass = false;
-        ReplaceAll(strScanText, "  ", " ");
     }
 }
 
-// Fills an "Email", "WebSite" or "MailTo" column from its scanner (other
-// columns are left alone); false when the run was cancelled.
+const std::string& ScanEngine::ProcessTime() {
+    // The text shows minutes: reading the clock (and the time zone) for every
+    // row of a big file is wasted work, so it is read again after 50 ms.
+    const auto now = std::chrono::steady_clock::now();
+    if (!processTimeRead_ || now - processTimeAt_ > std::chrono::milliseconds(50)) {
+        processTime_ = ProcessTimeText(clock_.now());
+        processTimeAt_ = now;
+        processTimeRead_ = true;
+    }
+    return processTime_;
+}
+
+struct ScanEngine::Recording {
+    Recording(std::string text, ResultTable& table) : state(std::move(text)), table(table) {}
+
+    ScanState state;
+    TextMarker* web = nullptr;
+    // The keyword names followed through the file, when they are few.
+    std::unordered_map<std::string, TextMarker*> keywords;
+    ResultTable& table;
+    size_t row = 0;
+    int remaining = 0;
+
+    TextMarker* keyword(const std::string& name) {
+        const auto it = keywords.find(name);
+        return it == keywords.end() ? nullptr : it->second;
+    }
+};
+
 void ScanEngine::AddKeyNames(const KeywordTable& rstKeyWord) {
     const auto key = [](const std::string& name) {
         std::string folded(Trim(name));
@@ -77,32 +148,45 @@ void ScanEngine::AddKeyNames(const KeywordTable& rstKeyWord) {
     };
     if (keyNamesCovered_ != arrKeyNames.size()) {
         // The list was replaced from outside: learn it afresh.
-        keyNamesSeen_.clear();
-        for (const std::string& name : arrKeyNames) {
-            keyNamesSeen_.insert(key(name));
+        keyNameIndex_.clear();
+        for (size_t i = 0; i < arrKeyNames.size(); ++i) {
+            keyNameIndex_.emplace(key(arrKeyNames[i]), i);
         }
+        keyNameIndex_.erase(std::string());
     }
     // A name met again cuts nothing more: the word is already cut in front of
     // its first occurrence. Names that are only spaces never cut.
     for (const KeywordRecord& keyword : rstKeyWord.records()) {
         std::string folded = key(keyword.Name);
-        if (!folded.empty() && keyNamesSeen_.insert(std::move(folded)).second) {
+        if (!folded.empty() &&
+            keyNameIndex_.emplace(std::move(folded), arrKeyNames.size()).second) {
             arrKeyNames.push_back(keyword.Name);
         }
     }
     keyNamesCovered_ = arrKeyNames.size();
 }
 
-bool ScanEngine::StoreAddress(ResultTable& rstWF, size_t row, size_t column,
-                              const std::string& name, int& remaining) {
+bool ScanEngine::StoreScanned(Recording& r, size_t column, const std::string& value) {
+    Put(r.table, r.row, column, value);
+    ProgressStep();
+    if (value.empty()) {
+        --r.remaining;
+    }
+    return intCancel != 1;
+}
+
+// Fills an "Email", "WebSite" or "MailTo" column from its scanner (other
+// columns are left alone); false when the run was cancelled.
+bool ScanEngine::StoreAddress(Recording& r, size_t column, const std::string& name) {
     if (name == "Email") {
-        return StoreScanned(rstWF, row, column, GetEmail(), remaining);
+        return StoreScanned(r, column, ScanAtSign(r.state));
     }
     if (name == "WebSite") {
-        return StoreScanned(rstWF, row, column, GetWebSite(), remaining);
+        return StoreScanned(r, column, ScanWebSite(r.state, r.web));
     }
     if (name == "MailTo") {
-        return StoreScanned(rstWF, row, column, GetMailTo(), remaining);
+        ReplaceMailToMarks(r.state);
+        return StoreScanned(r, column, ScanAtSign(r.state));
     }
     return true;
 }
@@ -113,25 +197,56 @@ bool ScanEngine::StoreAddress(ResultTable& rstWF, size_t row, size_t column,
 // this file wrote no row at all.
 void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
                                    const KeywordTable& rstKeyWord) {
+    LoadProgress();
+    const AtExit show([this] { ShowProgress(); });
+    processTimeRead_ = false;
     PrepareText();
+    Recording r(std::move(strScanText), rstWF);
+    const AtExit putBack([&] { strScanText = r.state.text.release(); });
     const KeywordsByName keywordsByName(rstKeyWord);
-    int remaining = RowCountdown(arrColumns);
-    while (remaining > 0) {
-        remaining = RowCountdown(arrColumns);
-        pump_.yield();
+    // The markers searched for pass after pass are followed through the file.
+    if (std::find(arrColumns.begin(), arrColumns.end(), "WebSite") != arrColumns.end()) {
+        r.web = &r.state.track("://", false);
+    }
+    if (intUseKeyword == 1) {
+        std::vector<std::string> names;
+        for (const std::string& column : arrColumns) {
+            if (!keywordsByName[column].empty() && !column.empty()) {
+                names.push_back(column);
+            }
+        }
+        // Each marker followed costs a look at every place where text is
+        // taken out; with many keywords, each search starts afresh instead.
+        if (names.size() <= 64) {
+            for (const std::string& name : names) {
+                r.keywords.emplace(name, &r.state.track(name, true));
+            }
+        }
+    }
+    bool endless = false;
+    r.remaining = RowCountdown(arrColumns);
+    while (r.remaining > 0) {
+        r.remaining = RowCountdown(arrColumns);
+        Yield();
         if (intCancel == 1) {
             return;
         }
-        const size_t row = rstWF.addRow();
+        // A pass that would repeat for ever writes its row once.
+        if (!endless) {
+            r.row = rstWF.addRow();
+        }
+        const size_t changes = r.state.changes();
         for (size_t j = 0; j < arrColumns.size(); ++j) {
-            pump_.yield();
+            Yield();
             const std::string& column = arrColumns[j];
-            if (!StoreAddress(rstWF, row, j, column, remaining)) {
+            if (!StoreAddress(r, j, column)) {
                 return;
             }
             if (intUseKeyword == 1) {
                 for (size_t k : keywordsByName[column]) {
-                    if (!StoreScanned(rstWF, row, j, GetKeywordText(rstKeyWord[k]), remaining)) {
+                    const KeywordRecord& keyword = rstKeyWord[k];
+                    if (!StoreScanned(
+                            r, j, ScanKeyword(r.state, keyword, false, r.keyword(keyword.Name)))) {
                         return;
                     }
                 }
@@ -139,17 +254,25 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
             // Crossed on purpose: the "FileName" box fills the process time
             // and the "ProcessTime" box fills the file name.
             if (chkFileName && column == "ProcessTime") {
-                Put(rstWF, row, j, ProcessTimeText(clock_.now()));
+                Put(rstWF, r.row, j, ProcessTime());
             }
             if (chkTime && column == "FileName") {
-                Put(rstWF, row, j, strCurFile);
+                Put(rstWF, r.row, j, strCurFile);
+            }
+        }
+        if (!endless && r.remaining > 0 && r.state.changes() == changes) {
+            // Nothing was taken out, so every pass from now on is this one.
+            endless = true;
+            if (onEndlessLoop) {
+                onEndlessLoop();
             }
         }
     }
     if (rstWF.rowCount() > 0) {
         rstWF.deleteRow(rstWF.rowCount() - 1);
     }
-    progress_.setValue(100.0f);
+    progressValue_ = 100.0f;
+    progressShown_ = false;
 }
 
 // One row per file with the first finding of each column. The file name and
@@ -158,20 +281,25 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
 // far had any value assigned.
 void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns,
                                       ResultTable& rstWF, const KeywordTable& rstKeyWord) {
+    LoadProgress();
+    const AtExit show([this] { ShowProgress(); });
+    processTimeRead_ = false;
     PrepareText();
+    Recording r(std::move(strScanText), rstWF);
+    const AtExit putBack([&] { strScanText = r.state.text.release(); });
     // Counted down like in RecordFileResults, but it decides nothing here.
-    int remaining = RowCountdown(arrColumns);
-    pump_.yield();
+    r.remaining = RowCountdown(arrColumns);
+    Yield();
     if (intCancel == 1) {
         return;
     }
     const KeywordsByName keywordsByName(rstKeyWord);
-    const size_t row = rstWF.addRow();
+    r.row = rstWF.addRow();
     bool namesAdded = false;
     for (size_t j = 0; j < arrColumns.size(); ++j) {
-        pump_.yield();
+        Yield();
         const std::string& column = arrColumns[j];
-        if (!StoreAddress(rstWF, row, j, column, remaining)) {
+        if (!StoreAddress(r, j, column)) {
             return;
         }
         if (!namesAdded) {
@@ -186,15 +314,14 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
         // text: the last record decides what the cell keeps.
         const bool fileOrTime = column == "ProcessTime" || column == "FileName";
         const auto putFileOrTime = [&] {
-            Put(rstWF, row, j,
-                column == "ProcessTime" ? ProcessTimeText(clock_.now()) : strCurFile);
+            Put(rstWF, r.row, j, column == "ProcessTime" ? ProcessTime() : strCurFile);
         };
         if (fileOrTime) {
             putFileOrTime();
         }
         const std::vector<size_t>& named = keywordsByName[column];
         for (size_t k : named) {
-            if (!StoreScanned(rstWF, row, j, GetKeywordTextToNext(rstKeyWord[k]), remaining)) {
+            if (!StoreScanned(r, j, ScanKeyword(r.state, rstKeyWord[k], true, nullptr))) {
                 return;
             }
         }
@@ -202,23 +329,24 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
             putFileOrTime();
         }
     }
-    progress_.setValue(100.0f);
+    progressValue_ = 100.0f;
+    progressShown_ = false;
 
     // One flag for the whole pass, set once: the first row with an assigned
     // value clears it for good, so only rows in front of that row can go.
     bool allEmpty = true;
-    for (size_t r = 0; r < rstWF.rowCount() && allEmpty;) {
+    for (size_t row = 0; row < rstWF.rowCount() && allEmpty;) {
         for (size_t c = 0; c < rstWF.columnCount(); ++c) {
             // A value counts once it has been assigned at all, even when it
             // is empty.
-            if (rstWF.cell(r, c).has_value()) {
+            if (rstWF.cell(row, c).has_value()) {
                 allEmpty = false;
             }
         }
         if (allEmpty) {
-            rstWF.deleteRow(r);
+            rstWF.deleteRow(row);
         } else {
-            ++r;
+            ++row;
         }
     }
 }

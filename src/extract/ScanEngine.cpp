@@ -5,13 +5,12 @@
 #include <fstream>
 #include <limits>
 
+#include "AtExit.h"
 #include "EventPump.h"
 #include "ProgressBar.h"
 #include "ResultTable.h"
 #include "RunErrors.h"
-#include "TextOps.h"
-
-using textops::Trim;
+#include "ScanState.h"
 
 namespace {
 
@@ -28,9 +27,27 @@ void ScanEngine::SetScanPos(size_t zeroBasedPosition) {
     lngScanPos = static_cast<int32_t>(zeroBasedPosition + 1 > kMax ? kMax : zeroBasedPosition + 1);
 }
 
+void ScanEngine::LoadProgress() {
+    progressValue_ = progress_.value();
+    progressShown_ = true;
+}
+
+void ScanEngine::ShowProgress() {
+    if (!progressShown_) {
+        progress_.setValue(progressValue_);
+        progressShown_ = true;
+    }
+}
+
 void ScanEngine::ProgressStep(float end) {
-    const float v = progress_.value();
-    progress_.setValue(v + (end - v) / 10.0f);
+    const float v = progressValue_;
+    progressValue_ = v + (end - v) / 10.0f;
+    progressShown_ = progressShown_ && progressValue_ == v;
+}
+
+void ScanEngine::Yield() {
+    ShowProgress();
+    pump_.yield();
 }
 
 // The address around the first "@": the characters after the last space in
@@ -38,92 +55,96 @@ void ScanEngine::ProgressStep(float end) {
 // space. Without a space in front, the local part and the "@" are lost and
 // only the domain part is returned. Only the "@" itself is then taken out of
 // the text, so the next call finds the next "@".
-std::string ScanEngine::ScanAtSign() {
-    const size_t at = strScanText.find('@');
-    if (at == std::string::npos) {
+std::string ScanEngine::ScanAtSign(ScanState& state) {
+    const size_t at = state.firstAt();
+    if (at == ScanState::npos) {
         return {};
     }
-    SetScanPos(at);
-    const std::string_view text = strScanText;
-    const std::string_view head = text.substr(0, at + 1);
-    const size_t spaceBefore = head.rfind(' ');
-    const std::string_view local =
-        spaceBefore == std::string_view::npos ? std::string_view() : Trim(head.substr(spaceBefore));
-
-    const std::string_view behind = text.substr(at + 1);
-    const size_t spaceAfter = behind.find(' ');
-    if (spaceAfter == std::string_view::npos) {
+    const ScanText& text = state.text;
+    const size_t spaceBefore = state.spaceBefore(at, state.atSpaces);
+    const size_t spaceAfter = state.spaceAfter(at, state.atSpaces);
+    if (spaceAfter == ScanState::npos) {
+        SetScanPos(text.rank(at));
         throw InvalidArgumentError();
     }
-    SetScanPos(spaceAfter);
-    const std::string_view domain = Trim(behind.substr(0, spaceAfter));
-
-    std::string result(local.substr(0, kAddressCap));
-    result.append(domain.substr(0, kAddressCap - result.size()));
-    pump_.yield();
-    if (const size_t first = strScanText.find('@'); first != std::string::npos) {
-        strScanText.erase(first, 1);
+    SetScanPos(text.keptBetween(at + 1, spaceAfter));
+    std::string result;
+    for (size_t i = text.nextKept(spaceBefore == ScanState::npos ? at + 1 : spaceBefore + 1);
+         i < spaceAfter && result.size() < kAddressCap; i = text.nextKept(i + 1)) {
+        result += text.at(i);
     }
+    Yield();
+    state.take(at, 1);
     return result;
 }
 
-std::string ScanEngine::GetEmail() {
-    return ScanAtSign();
-}
-
-std::string ScanEngine::GetMailTo() {
+void ScanEngine::ReplaceMailToMarks(ScanState& state) {
     // These replacements are permanent: after the first mailto scan the text
-    // holds no ":" or "/" any more.
-    for (char& c : strScanText) {
-        if (c == '<' || c == '>' || c == '=' || c == ':' || c == '/') {
-            c = ' ';
-        }
+    // holds no ":" or "/" any more, nor can it get them back.
+    if (!state.mailToMarksReplaced()) {
+        state.replaceMailToMarks();
     }
-    return ScanAtSign();
 }
 
 // The address around the first "://": the scheme word after the last space
 // in front of it, and everything from the "://" up to the next space. A text
 // with no space in front of the "://" is an invalid argument.
-std::string ScanEngine::GetWebSite() {
-    const size_t at = strScanText.find("://");
-    if (at == std::string::npos) {
+std::string ScanEngine::ScanWebSite(ScanState& state, TextMarker* marker) {
+    if (state.mailToMarksReplaced()) {
         return {};
     }
-    SetScanPos(at);
-    const std::string_view text = strScanText;
-    const std::string_view head = text.substr(0, at);
-    const size_t spaceBefore = head.rfind(' ');
-    if (spaceBefore == std::string_view::npos) {
+    const size_t at = marker != nullptr ? state.find(*marker) : state.findFromStart("://", false);
+    if (at == ScanState::npos) {
+        return {};
+    }
+    const ScanText& text = state.text;
+    const size_t spaceBefore = state.spaceBefore(at, state.webSpaces);
+    const size_t spaceAfter =
+        spaceBefore == ScanState::npos ? ScanState::npos : state.spaceAfter(at, state.webSpaces);
+    if (spaceAfter == ScanState::npos) {
+        SetScanPos(text.rank(at));
         throw InvalidArgumentError();
     }
-    const std::string_view scheme = Trim(head.substr(spaceBefore + 1));
-
-    const std::string_view behind = text.substr(at);
-    const size_t spaceAfter = behind.find(' ');
-    if (spaceAfter == std::string_view::npos) {
-        throw InvalidArgumentError();
+    SetScanPos(text.keptBetween(at, spaceAfter));
+    std::string result;
+    for (size_t i = text.nextKept(spaceBefore + 1); i < spaceAfter; i = text.nextKept(i + 1)) {
+        result += text.at(i);
     }
-    SetScanPos(spaceAfter);
-    std::string result(scheme);
-    result.append(Trim(behind.substr(0, spaceAfter)));
-    pump_.yield();
-    if (const size_t first = strScanText.find("://"); first != std::string::npos) {
-        strScanText.erase(first, 3);
-    }
+    Yield();
+    state.take(at, 3);
     return result;
 }
 
-bool ScanEngine::StoreScanned(ResultTable& rstWF, size_t row, size_t column,
-                              const std::string& value, int& remaining) {
-    if (column < rstWF.columnCount()) {
-        rstWF.setValue(row, column, value);
-    }
-    ProgressStep();
-    if (value.empty()) {
-        --remaining;
-    }
-    return intCancel != 1;
+template <class Scan>
+std::string ScanEngine::ScanOnce(Scan scan) {
+    ScanState state(std::move(strScanText));
+    // The text goes back also when a scanner raises its error.
+    const AtExit putBack([&] { strScanText = state.text.release(); });
+    LoadProgress();
+    return scan(state);
+}
+
+std::string ScanEngine::GetEmail() {
+    return ScanOnce([this](ScanState& state) { return ScanAtSign(state); });
+}
+
+std::string ScanEngine::GetMailTo() {
+    return ScanOnce([this](ScanState& state) {
+        ReplaceMailToMarks(state);
+        return ScanAtSign(state);
+    });
+}
+
+std::string ScanEngine::GetWebSite() {
+    return ScanOnce([this](ScanState& state) { return ScanWebSite(state, nullptr); });
+}
+
+std::string ScanEngine::GetKeywordText(const KeywordRecord& keyword) {
+    return ScanOnce([&](ScanState& state) { return ScanKeyword(state, keyword, false, nullptr); });
+}
+
+std::string ScanEngine::GetKeywordTextToNext(const KeywordRecord& keyword) {
+    return ScanOnce([&](ScanState& state) { return ScanKeyword(state, keyword, true, nullptr); });
 }
 
 std::string StrippedFileName(const std::string& sourceFileName) {

@@ -1,16 +1,21 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "KeywordTable.h"
+#include "MarkupRemoval.h"
 
 class Clock;
 class EventPump;
 class ProgressBar;
 class ResultTable;
+class ScanState;
+struct TextMarker;
 
 // The text extraction engine: the scanners, tag stripping and the recording
 // of one file's findings as result rows. It works on the scan state of the
@@ -61,36 +66,66 @@ public:
     void RecordKeywordResults(const std::vector<std::string>& arrColumns, ResultTable& rstWF,
                               const KeywordTable& rstKeyWord);
 
+    // Called when the file in hand would go round the same pass for ever:
+    // a script or comment piece of no length, or a recording pass that no
+    // longer changes the text. The engine then waits, yielding, until Cancel
+    // is pressed, as the window's user would have to; the command line sets
+    // this to count the loop as a Cancel press.
+    std::function<void()> onEndlessLoop;
+
 private:
-    // The shared body of GetEmail and GetMailTo.
-    std::string ScanAtSign();
+    // What a recording routine knows while it scans one file: the text with
+    // its searches, the markers it follows and the row it fills.
+    struct Recording;
+
+    // The scanners on a file's text. ScanWebSite follows `marker` when given.
+    std::string ScanAtSign(ScanState& state);
+    std::string ScanWebSite(ScanState& state, TextMarker* marker);
+    void ReplaceMailToMarks(ScanState& state);
     // The shared body of both keyword scanners; `cutAtNames` selects the
-    // second one.
-    std::string ScanKeyword(const KeywordRecord& keyword, bool cutAtNames);
+    // second one. It follows `marker` when given, else searches from the start.
+    std::string ScanKeyword(ScanState& state, const KeywordRecord& keyword, bool cutAtNames,
+                            TextMarker* marker);
+    // Cuts a word of the second keyword scanner where a name of arrKeyNames
+    // begins, the names applied in their order.
+    void CutAtNames(std::string& word) const;
+    // Runs one scanner on strScanText and puts the text back.
+    template <class Scan>
+    std::string ScanOnce(Scan scan);
     // Appends the names of `rstKeyWord` that arrKeyNames lacks.
     void AddKeyNames(const KeywordTable& rstKeyWord);
     // Turns control characters and "quot" into spaces and collapses runs of
     // spaces, the same for both recording routines.
     void PrepareText();
-    // Moves the progress bar a tenth of the way that is left to `end`.
-    void ProgressStep(float end = 100.0f);
-    // The script and comment loops of StripTags; false when cancelled.
-    bool RemoveBlocks(const char* open, const char* close, long closeLength);
     // Stores one scanner value in the row and does what follows every
-    // scanner value: the progress step, the count-down of `remaining` when the
-    // value is empty. False when the run has been cancelled.
-    bool StoreAddress(ResultTable& rstWF, size_t row, size_t column, const std::string& name,
-                      int& remaining);
-    bool StoreScanned(ResultTable& rstWF, size_t row, size_t column, const std::string& value,
-                      int& remaining);
+    // scanner value: the progress step, the count-down of the row's
+    // `remaining` when the value is empty. False when the run was cancelled.
+    bool StoreAddress(Recording& r, size_t column, const std::string& name);
+    bool StoreScanned(Recording& r, size_t column, const std::string& value);
+    // Moves the progress bar a tenth of the way that is left to `end`. The
+    // value is kept here and shown at the next yield, which is when anyone
+    // can look at it.
+    void ProgressStep(float end = 100.0f);
+    void Yield();
+    // The present time as "mmm-d-yy h:mm".
+    const std::string& ProcessTime();
+    void LoadProgress();
+    void ShowProgress();
+    // One removal loop of StripTags; false when cancelled.
+    bool RemoveMarkup(const MarkupRemoval::Marks& marks);
     void SetScanPos(size_t zeroBasedPosition);
 
     EventPump& pump_;
     ProgressBar& progress_;
     Clock& clock_;
-    // The folded, trimmed names of arrKeyNames, and how many of its entries
-    // they cover.
-    std::unordered_set<std::string> keyNamesSeen_;
+    float progressValue_ = 0;
+    bool progressShown_ = true;
+    std::string processTime_;
+    std::chrono::steady_clock::time_point processTimeAt_;
+    bool processTimeRead_ = false;
+    // The folded, trimmed names of arrKeyNames with the index of the first
+    // entry of each, and how many of its entries they cover.
+    std::unordered_map<std::string, size_t> keyNameIndex_;
     size_t keyNamesCovered_ = 0;
 };
 

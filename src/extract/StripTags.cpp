@@ -1,90 +1,174 @@
+#include <algorithm>
+#include <cstring>
+
+#include "AtExit.h"
+#include "ByteSearch.h"
 #include "EventPump.h"
+#include "MarkupRemoval.h"
 #include "ProgressBar.h"
 #include "ScanEngine.h"
 #include "TextOps.h"
 
 using textops::FindNoCase;
-using textops::ReplaceAll;
 
-// Removes blocks from the first `open` through the first `close` (both found
-// ignoring case), every exact copy of a block at once, until one of the two is
-// missing. When the first `close` stands shortly before the first `open`, the
-// block is cut from `open` with the length that the distance gives: shorter
-// than `open`, or empty, in which case nothing changes and the loop goes on,
-// yielding on every pass, until the run is cancelled.
-bool ScanEngine::RemoveBlocks(const char* open, const char* close, long closeLength) {
+namespace {
+
+using Marks = MarkupRemoval::Marks;
+
+const Marks kScripts{"<SCRIPT", "SCRIPT>", true, false, true};
+const Marks kComments{"<!", "->", true, false, true};
+const Marks kTags{"<", ">", false, true, false};
+
+}  // namespace
+
+// One removal loop: a yield and a Cancel test before each pass, and in the tag
+// loop a progress step after each. A piece of no length in a block loop would
+// be removed again and again for ever: the loop then only yields until Cancel.
+// False when cancelled.
+bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks) {
+    MarkupRemoval removal(std::move(strScanText), marks);
+    const AtExit putBack([&] {
+        strScanText = removal.release();
+        // The block loops leave where they last found an opening mark.
+        if (!marks.blocks) {
+            return;
+        }
+        if (removal.scanFound() == MarkupRemoval::Found::None) {
+            lngScanPos = 0;
+        } else if (removal.scanFound() == MarkupRemoval::Found::At) {
+            SetScanPos(removal.scanPos());
+        }
+    });
+    const float end = chkStrip ? 100.0f : 50.0f;
     for (;;) {
-        pump_.yield();
+        Yield();
         if (intCancel == 1) {
             return false;
         }
-        const size_t openAt = FindNoCase(strScanText, open);
-        const size_t closeAt = FindNoCase(strScanText, close);
-        if (openAt == std::string::npos) {
-            lngScanPos = 0;
-            return true;
+        switch (removal.next()) {
+            case MarkupRemoval::Pass::Done:
+                return true;
+            case MarkupRemoval::Pass::Endless:
+                if (onEndlessLoop) {
+                    onEndlessLoop();
+                }
+                for (;;) {
+                    Yield();
+                    if (intCancel == 1) {
+                        return false;
+                    }
+                }
+            case MarkupRemoval::Pass::Removed:
+                if (marks.toSpace) {
+                    ProgressStep(end);
+                }
+                break;
         }
-        SetScanPos(openAt);
-        if (closeAt == std::string::npos) {
-            return true;
-        }
-        const long distance = static_cast<long>(closeAt) - static_cast<long>(openAt);
-        if (distance < -closeLength) {
-            return true;
-        }
-        const std::string block =
-            strScanText.substr(openAt, static_cast<size_t>(distance + closeLength));
-        ReplaceAll(strScanText, block, "");
     }
 }
 
-void ScanEngine::StripTags() {
-    strScanText += ' ';
-    if (chkStrip) {
-        // The stripped output keeps its paragraphs, line breaks and table rows.
-        for (const char* tag : {"<P>", "</P>", "<BR>", "<TR>", "</TR>"}) {
-            ReplaceAll(strScanText, tag, "\r\n", true);
-        }
-        ReplaceAll(strScanText, "\x7f", "");
-    }
-    if (!RemoveBlocks("<SCRIPT", "SCRIPT>", 7) || !RemoveBlocks("<!", "->", 2)) {
-        return;
-    }
+namespace {
 
-    const float end = chkStrip ? 100.0f : 50.0f;
+// Removes every `piece` (left to right, not across a place where one was
+// removed, as a replace-all does) in place.
+void RemoveAll(std::string& text, std::string_view piece) {
+    char* data = text.data();
+    const size_t n = text.size();
+    size_t write = 0;
+    size_t read = 0;
     for (;;) {
-        pump_.yield();
-        if (intCancel == 1) {
-            return;
-        }
-        // One whole tag: the first "<" and the first ">" at or after it. A
-        // "<" with no ">" behind it ends the loop, also when a ">" stands in
-        // front of it.
-        size_t open = strScanText.find('<');
-        size_t close = strScanText.find('>');
-        if (open != std::string::npos && (close == std::string::npos || open > close)) {
-            if (close != std::string::npos) {
-                close = strScanText.find('>', open);
-            }
-            if (close == std::string::npos) {
-                open = std::string::npos;
+        // Found by its first two characters, then checked whole.
+        size_t at = read;
+        for (;; ++at) {
+            at = bytesearch::FindPair(data, n, at, piece[0], false, piece[1], false);
+            if (at >= n || (n - at >= piece.size() &&
+                            std::memcmp(data + at, piece.data(), piece.size()) == 0)) {
+                break;
             }
         }
-        if (open == std::string::npos) {
+        at = std::min(at, n);
+        if (write != read) {
+            std::memmove(data + write, data + read, at - read);
+        }
+        write += at - read;
+        if (at == n) {
             break;
         }
-        const std::string tag = strScanText.substr(open, close - open + 1);
-        ReplaceAll(strScanText, tag, " ");
-        ProgressStep(end);
+        read = at + piece.size();
     }
+    text.resize(write);
+}
 
+// Turns "&", "," and ";" into spaces, then removes every "amp", then every
+// "nbsp", in place.
+void RemoveEntities(std::string& text) {
+    bytesearch::ReplaceBytes(text.data(), text.size(), "&,;", ' ');
+    RemoveAll(text, "amp");
+    RemoveAll(text, "nbsp");
+}
+
+// Replaces every "<P>", then "</P>", "<BR>", "<TR>" and "</TR>" (ignoring
+// case) with a line break, then removes every character 127, in one pass in
+// place. Each tag holds a single "<", at its start, so no two of them overlap
+// and no line break joins a new one together: matching them all on the text
+// as it was gives what the replacements one after the other give, and the
+// removal of character 127, which comes after them, joins none that counts.
+void KeepLineBreaks(std::string& text) {
+    static constexpr std::string_view kTags[] = {"<p>", "</p>", "<br>", "<tr>", "</tr>"};
+    char* data = text.data();
+    const size_t n = text.size();
+    size_t write = 0;
+    size_t read = 0;
+    while (read < n) {
+        const size_t at = bytesearch::FindEither(data, n, read, '<', '\x7f');
+        if (write != read) {
+            std::memmove(data + write, data + read, at - read);
+        }
+        write += at - read;
+        read = at;
+        if (at == n) {
+            break;
+        }
+        if (data[at] == '\x7f') {
+            ++read;
+            continue;
+        }
+        const std::string_view rest(data + at, n - at);
+        const auto tag = std::find_if(std::begin(kTags), std::end(kTags), [&](std::string_view t) {
+            return rest.size() >= t.size() && FindNoCase(rest.substr(0, t.size()), t) == 0;
+        });
+        if (tag != std::end(kTags)) {
+            data[write++] = '\r';
+            data[write++] = '\n';
+            read += tag->size();
+        } else {
+            data[write++] = '<';
+            ++read;
+        }
+    }
+    text.resize(write);
+}
+
+}  // namespace
+
+void ScanEngine::StripTags() {
+    LoadProgress();
+    const AtExit show([this] { ShowProgress(); });
+    // The steps append a space first. No mark and no removed piece can take
+    // in the last character, so it is appended at the end instead, where the
+    // text has usually shrunk and has room for it.
+    const AtExit appendSpace([this] { strScanText += ' '; });
+    if (chkStrip) {
+        // The stripped output keeps its paragraphs, line breaks and table rows.
+        KeepLineBreaks(strScanText);
+    }
+    if (!RemoveMarkup(kScripts) || !RemoveMarkup(kComments) || !RemoveMarkup(kTags)) {
+        return;
+    }
     // Entities: "&amp;" and "&nbsp;" leave spaces only; "&quot;" leaves the
     // word "quot", which the recording routines remove. The letters "amp" and
     // "nbsp" go from ordinary words as well.
-    for (const char* mark : {"&", ",", ";"}) {
-        ReplaceAll(strScanText, mark, " ");
-    }
-    ReplaceAll(strScanText, "amp", "");
-    ReplaceAll(strScanText, "nbsp", "");
-    progress_.setValue(end);
+    RemoveEntities(strScanText);
+    progressValue_ = chkStrip ? 100.0f : 50.0f;
+    progressShown_ = false;
 }

@@ -1,11 +1,16 @@
 // The command line as a process: options, exit status, output and messages.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <QElapsedTimer>
 #include <QProcess>
+#include <QThread>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "TempDir.h"
 
@@ -247,24 +252,44 @@ TEST(CommandLine, StripWritesOnlyTextFiles) {
     EXPECT_NE(ReadBytes(out + "/indexhtm.txt").find("Hello"), std::string::npos);
 }
 
+// True once the process catches Ctrl+C, which it does only while a run is
+// under way.
+bool CatchesInterrupt(qint64 pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("SigCgt:", 0) == 0) {
+            return (std::stoull(line.substr(7), nullptr, 16) & (1ull << (SIGINT - 1))) != 0;
+        }
+    }
+    return false;
+}
+
 TEST(CommandLine, InterruptCancelsAndStillWritesWhatWasFound) {
     TempDir dir;
+    const std::string first = dir.write("first.txt", "mail first@example.org today\n");
     std::string big;
-    for (int i = 0; i < 40000; ++i) {
-        big += " user" + std::to_string(i) + "@example.org" + std::string(40, 'x');
+    for (int i = 0; i < 400000; ++i) {
+        big += " user" + std::to_string(i) + "@example.org" + std::string(60, 'x');
     }
     const std::string f = dir.write("big.txt", big);
     QProcess p;
-    p.start(GLEANMARK_BIN,
-            {"run", "--email", "--file-name", "--process-time", QString::fromStdString(f)});
+    p.start(GLEANMARK_BIN, {"run", "--email", "--file-name", "--process-time",
+                            QString::fromStdString(first), QString::fromStdString(f)});
     ASSERT_TRUE(p.waitForStarted());
-    p.waitForFinished(1500);
-    ASSERT_EQ(p.state(), QProcess::Running) << "the run should still be going";
+    QElapsedTimer waited;
+    waited.start();
+    while (!CatchesInterrupt(p.processId()) && waited.elapsed() < 20000) {
+        QThread::msleep(2);
+    }
+    ASSERT_TRUE(CatchesInterrupt(p.processId())) << "the run should be under way";
+    QThread::msleep(300);  // the small file is done, the big one takes seconds
     ::kill(static_cast<pid_t>(p.processId()), SIGINT);
     ASSERT_TRUE(p.waitForFinished(60000));
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(p.exitCode(), 130);
     const std::string out = p.readAllStandardOutput().toStdString();
-    EXPECT_EQ(out.rfind("user0@example.org", 0), 0u);
+    EXPECT_EQ(out.rfind("first@example.org", 0), 0u) << out.substr(0, 200);
+    EXPECT_EQ(out.find("user399999@example.org"), std::string::npos) << "cancelled before";
     EXPECT_NE(p.readAllStandardError().toStdString().find("do you want to save the results?"),
               std::string::npos);
 }

@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QProcess>
 
+#include <algorithm>
 #include <random>
 
 #include "TempDir.h"
@@ -97,6 +98,28 @@ TEST(EngineLimits, OverflowingPositionIsReportedPerFileAndTheRunGoesOn) {
             "The file '" + file + "' has problem: 6,Overflow\r\n So, it can not be processed!\n";
     }
     EXPECT_EQ(p.readAllStandardError().toStdString(), expected);
+}
+
+// A closing script mark right in front of an opening one would be removed for
+// ever. No one can press Cancel on the command line: the loop counts as a
+// Cancel press, named on standard error, and the run ends as after Cancel.
+TEST(EngineLimits, EndlessRemovalCountsAsCancelAndNamesTheFile) {
+    TempDir dir;
+    const std::string first = dir.write("first.txt", "see http://a.test/x \n");
+    const std::string loop = dir.write("loop.html", "<p>a SCRIPT><SCRIPT b http://b.test/y </p>");
+    const std::string last = dir.write("last.txt", "see http://c.test/z \n");
+    QProcess p;
+    ASSERT_TRUE(Start(p, {"--website", "--file-name", "--process-time", first, loop, last}));
+    ASSERT_TRUE(p.waitForFinished(30000));
+    EXPECT_EQ(p.exitCode(), 0);
+    // The first file's row (site, file name, time) and nothing from the others.
+    const std::string out = p.readAllStandardOutput().toStdString();
+    EXPECT_EQ(out.rfind("http://a.test/x\t" + first + "\t", 0), 0u) << out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
+    EXPECT_EQ(p.readAllStandardError().toStdString(),
+              "gleanmark: the file '" + loop +
+                  "' would be processed for ever; the run is cancelled there.\n"
+                  "The processing is finished, do you want to save the results?\n");
 }
 
 }  // namespace

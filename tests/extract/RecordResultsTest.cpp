@@ -121,6 +121,25 @@ TEST(RecordFileCancel, LeavesThePartialRowAndSkipsTheDelete) {
     EXPECT_FLOAT_EQ(rig.progress.value(), 19.0f);
 }
 
+// Columns that no scanner empties keep the count-down above 0: once a pass
+// takes nothing out of the text, every pass after it is the same. The run says
+// so once and waits for Cancel without adding a row per pass.
+TEST(RecordFileCancel, PassThatChangesNothingWaitsForCancelWithoutGrowing) {
+    const std::vector<std::string> columns = {"Email", "Other", "More", "FileName"};
+    EngineRig rig(" a@b ");
+    int endless = 0;
+    rig.engine.onEndlessLoop = [&] { ++endless; };
+    rig.engine.strCurFile = "/d/f.htm";
+    rig.engine.chkTime = true;
+    rig.cancelAt(2000);
+    ResultTable table = TableOf(columns);
+    rig.engine.RecordFileResults(columns, table, {});
+    EXPECT_EQ(endless, 1);
+    EXPECT_LE(rig.pump.count - 2000, 5) << "stops within the pass Cancel came in";
+    EXPECT_EQ(RowsOf(table),
+              (Rows{{"a@b", kUnset, kUnset, "/d/f.htm"}, {"", kUnset, kUnset, "/d/f.htm"}}));
+}
+
 TEST(RecordFileErrors, InvalidArgumentFromScannerReachesCaller) {
     EngineRig rig("http://no.space.before");
     ResultTable table = TableOf(kAll);

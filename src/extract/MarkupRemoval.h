@@ -1,0 +1,144 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+// One of the removal loops of StripTags. Each pass takes the first opening
+// mark and the first closing mark after it; the piece from the one through
+// the other goes everywhere in the text at once (scripts, comments) or every
+// copy of it becomes one space (tags). Block loops stop when the first closing
+// mark comes before the first opening one, the tag loop when no opening mark
+// has a closing mark after it.
+//
+// A piece holds one closing mark, at its end, so every copy of it ends a
+// segment: the text after one closing mark through the next. A segment with
+// one opening mark is removed by the pass whose piece is its own tag, which a
+// sweep forward with a table of the pieces met so far settles at one look per
+// segment. Segments with more opening marks, and those that a removal joins to
+// opening marks in front of them, are followed one by one, found by their last
+// tag. Passes thus cost what they remove, not the length of the text. Should a
+// removal in a block loop join a new mark together, the rest of that loop runs
+// step by step on the text as it then reads.
+// A set of pieces of text (views), with a quick hash for short pieces.
+class PieceSet {
+public:
+    bool contains(std::string_view piece) const;
+    void insert(std::string_view piece);
+
+private:
+    struct Slot {
+        uint64_t hash = 0;
+        const char* data = nullptr;
+        size_t size = 0;
+    };
+    static uint64_t Hash(std::string_view piece);
+    std::vector<Slot> slots_ = std::vector<Slot>(64);
+    size_t used_ = 0;
+};
+
+class MarkupRemoval {
+public:
+    struct Marks {
+        std::string_view open;
+        std::string_view close;
+        bool ignoreCase;  // marks compare without regard to case
+        bool toSpace;     // copies become a space (tags) rather than nothing
+        bool blocks;      // stop when the first close precedes the first open
+    };
+    enum class Pass { Removed, Done, Endless };
+
+    MarkupRemoval(std::string text, const Marks& marks);
+
+    // One pass of the loop.
+    Pass next();
+    // The text as it now reads; the object is spent afterwards.
+    std::string release();
+    // For block loops, after release(): where the last pass found the first
+    // opening mark (0-based as the text then read), nothing when it found
+    // none, and no value when no pass ran.
+    enum class Found { NoPass, None, At };
+    Found scanFound() const { return scanFound_; }
+    size_t scanPos() const { return scanPos_; }
+
+private:
+    static constexpr uint32_t kNone = UINT32_MAX;
+
+    struct Segment {
+        uint32_t close;      // where its closing mark starts
+        uint32_t firstOpen;  // its own first opening mark, or kNone
+        uint8_t opens;       // 0, 1 or 2 (two or more)
+        uint8_t flags;
+    };
+    // A segment followed one by one.
+    struct Special {
+        bool alive = true;
+        bool multi = false;  // two or more opening marks as it reads
+        size_t firstOpen = 0;
+        size_t lastOpen = 0;
+        std::string_view tail;  // from its last opening mark through its close
+    };
+    struct Range {
+        size_t begin;
+        size_t end;
+    };
+    // A stretch of the text: either removed (begin, end of the range) or kept
+    // from the position asked about to `end` (or from `begin` to it, back).
+    struct Span {
+        bool removed;
+        size_t begin;
+        size_t end;
+    };
+
+    void scanMarks();
+    bool openAt(size_t i) const;
+    bool closeEndsAt(size_t i) const;  // a closing mark ends at character i
+    size_t segmentEnd(size_t k) const { return segments_[k].close + marks_.close.size(); }
+    std::string_view ownTag(size_t k) const;
+    size_t ownLastOpen(size_t k) const;
+    Special* special(size_t k);
+    void follow(size_t k, Special s);
+    bool deadByTag(size_t k);
+    Pass pass(size_t head);
+    Pass stop(size_t first);
+    size_t nextAlive(size_t k);
+    void merge(size_t into, size_t firstOpen, size_t lastOpen);
+    void remove(size_t begin, size_t end);
+    // The segment holding position i (segments_.size() after the last one).
+    size_t segmentOf(size_t i) const;
+    Span spanAt(size_t i);
+    Span spanBefore(size_t i);
+    // The text as it reads from `from` up to `to`, at most `limit`
+    // characters; and the `count` characters before `end`, with the position
+    // the first of them stands at.
+    std::string readForward(size_t from, size_t to, size_t limit = SIZE_MAX);
+    std::string readBack(size_t end, size_t count, size_t* start);
+    size_t lastOpenBefore(size_t end, size_t floor);
+    bool joinedMark(size_t begin, size_t end);
+    std::string materialize();
+    Pass literalPass();
+
+    std::string text_;
+    Marks marks_;
+    std::vector<Segment> segments_;
+    size_t finalFirstOpen_ = SIZE_MAX;  // first opening mark after the last close
+    size_t cursor_ = 0;
+    PieceSet seen_;                        // one-mark pieces removed so far
+    std::deque<std::string> ownedPieces_;  // such pieces that the text does not hold
+    std::unordered_map<size_t, Special> specials_;
+    // Followed segments by their last tag. The tags are views into the text,
+    // or into ownedPieces_ where removals put them together.
+    std::unordered_map<std::string_view, std::vector<size_t>> byTail_;
+    std::map<size_t, size_t> removed_;  // explicit removed ranges, begin -> end
+    std::vector<Range> passRemoved_;
+    size_t lastOpen_ = SIZE_MAX;
+    Found scanFound_ = Found::NoPass;
+    size_t scanPos_ = 0;
+    bool literal_ = false;  // the rest runs step by step on text_
+    bool searched_ = false;
+};
