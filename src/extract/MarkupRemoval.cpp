@@ -12,9 +12,6 @@ using textops::ReplaceAll;
 
 namespace {
 
-constexpr uint8_t kDead = 1;      // the segment's tag has been removed
-constexpr uint8_t kFollowed = 2;  // the segment is followed as a Special
-
 bool Same(std::string_view a, std::string_view b, bool ignoreCase) {
     if (a.size() != b.size()) {
         return false;
@@ -56,7 +53,7 @@ bool PieceSet::contains(std::string_view piece) const {
         if (s.data == nullptr) {
             return false;
         }
-        if (s.hash == hash && s.size == piece.size() &&
+        if (s.hash == static_cast<uint32_t>(hash) && s.size == piece.size() &&
             std::memcmp(s.data, piece.data(), piece.size()) == 0) {
             return true;
         }
@@ -83,7 +80,7 @@ void PieceSet::insert(std::string_view piece) {
     while (slots_[i].data != nullptr) {
         i = (i + 1) & mask;
     }
-    slots_[i] = {hash, piece.data(), piece.size()};
+    slots_[i] = {piece.data(), static_cast<uint32_t>(piece.size()), static_cast<uint32_t>(hash)};
     ++used_;
 }
 
@@ -111,28 +108,36 @@ bool MarkupRemoval::closeEndsAt(size_t i) const {
 void MarkupRemoval::scanMarks() {
     const char* text = text_.data();
     const size_t n = text_.size();
-    Segment current{0, kNone, 0, 0};
-    const auto addOpen = [&current](size_t at) {
-        if (current.firstOpen == kNone) {
-            current.firstOpen = static_cast<uint32_t>(at);
+    // The segment under way: its first opening mark and how many it has.
+    uint32_t firstOpen = kNone;
+    int opens = 0;
+    const auto addOpen = [&](size_t at) {
+        if (firstOpen == kNone) {
+            firstOpen = static_cast<uint32_t>(at);
         }
-        current.opens = static_cast<uint8_t>(std::min(current.opens + 1, 2));
+        opens = std::min(opens + 1, 2);
     };
+    // The segments to follow one by one: in the tag loop those with two or
+    // more tags; in the block loops every one with a block.
+    const int follows = marks_.blocks ? 1 : 2;
+    std::vector<size_t> toFollow;
     const auto addClose = [&](size_t start) {
-        current.close = static_cast<uint32_t>(start);
-        segments_.push_back(current);
-        current = Segment{0, kNone, 0, 0};
+        if (opens >= follows) {
+            toFollow.push_back(segments_.size());
+        }
+        segments_.emplace_back(static_cast<uint32_t>(start), firstOpen);
+        firstOpen = kNone;
+        opens = 0;
     };
     if (!marks_.blocks) {
         segments_.reserve(static_cast<size_t>(std::count(text, text + n, '>')));
-        for (size_t i = bytesearch::FindEither(text, n, 0, '<', '>'); i < n;
-             i = bytesearch::FindEither(text, n, i + 1, '<', '>')) {
+        bytesearch::ForEachEither(text, n, '<', '>', [&](size_t i) {
             if (text[i] == '<') {
                 addOpen(i);
             } else {
                 addClose(i);
             }
-        }
+        });
     } else {
         const size_t closeLength = marks_.close.size();
         const char afterLt = FoldAscii(marks_.open[1]);
@@ -168,66 +173,73 @@ void MarkupRemoval::scanMarks() {
             addOpen(open);
         }
     }
-    if (current.firstOpen != kNone) {
-        finalFirstOpen_ = current.firstOpen;
+    if (firstOpen != kNone) {
+        finalFirstOpen_ = firstOpen;
     }
-    // The segments to follow one by one: in the tag loop those with two or
-    // more tags; in the block loops every one with a block.
-    const uint8_t follows = marks_.blocks ? 1 : 2;
-    for (size_t k = 0; k < segments_.size(); ++k) {
+    for (size_t k : toFollow) {
         const Segment& s = segments_[k];
-        if (s.opens >= follows) {
-            Special special;
-            special.multi = s.opens >= 2;
-            special.firstOpen = s.firstOpen;
-            special.lastOpen = ownLastOpen(k);
-            special.tail =
-                std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
-            follow(k, std::move(special));
-        }
+        Special special;
+        special.firstOpen = s.firstOpen();
+        special.lastOpen = ownLastOpen(k);
+        special.multi = special.lastOpen != special.firstOpen;
+        special.tail =
+            std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
+        follow(k, std::move(special));
     }
 }
 
 // The segment's own last opening mark: the last one before its close.
 size_t MarkupRemoval::ownLastOpen(size_t k) const {
     const Segment& s = segments_[k];
-    if (s.opens < 2) {
-        return s.firstOpen;
-    }
-    for (size_t i = s.close; i > s.firstOpen; --i) {
+    for (size_t i = s.close(); i > s.firstOpen(); --i) {
         if (text_[i - 1] == '<' && openAt(i - 1)) {
             return i - 1;
         }
     }
-    return s.firstOpen;
+    return s.firstOpen();
 }
 
 std::string_view MarkupRemoval::ownTag(size_t k) const {
     const Segment& s = segments_[k];
-    return std::string_view(text_).substr(s.firstOpen, segmentEnd(k) - s.firstOpen);
+    return std::string_view(text_).substr(s.firstOpen(), segmentEnd(k) - s.firstOpen());
 }
 
 MarkupRemoval::Special* MarkupRemoval::special(size_t k) {
-    if ((segments_[k].flags & kFollowed) == 0) {
+    if (!segments_[k].followed()) {
         return nullptr;
     }
-    return &specials_.at(k);
+    const uint32_t index = marks_.blocks ? specialOfSegment_[k] : specialOf_.at(k);
+    return &specials_[index];
 }
 
 void MarkupRemoval::follow(size_t k, Special s) {
-    segments_[k].flags |= kFollowed;
-    byTail_[s.tail].push_back(k);
-    specials_[k] = std::move(s);
+    segments_[k].setFollowed();
+    const uint32_t index = static_cast<uint32_t>(specials_.size());
+    s.segment = k;
+    const auto [list, added] = byTail_.emplace(s.tail, index);
+    if (!added) {
+        s.nextSameTail = list->second;
+        list->second = index;
+    }
+    specials_.push_back(std::move(s));
+    if (marks_.blocks) {
+        if (specialOfSegment_.empty()) {
+            specialOfSegment_.assign(segments_.size(), UINT32_MAX);
+        }
+        specialOfSegment_[k] = index;
+    } else {
+        specialOf_[k] = index;
+    }
 }
 
 // A segment with one tag, not followed: gone once a pass removed its tag.
 bool MarkupRemoval::deadByTag(size_t k) {
     Segment& s = segments_[k];
-    if ((s.flags & kDead) != 0) {
+    if (s.dead()) {
         return true;
     }
     if (seen_.contains(ownTag(k))) {
-        s.flags |= kDead;
+        s.setDead();
         return true;
     }
     return false;
@@ -241,13 +253,13 @@ MarkupRemoval::Pass MarkupRemoval::next() {
     for (; cursor_ < segments_.size(); ++cursor_) {
         const size_t k = cursor_;
         const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) != 0) {
-            if (specials_.at(k).alive) {
+        if (s.followed()) {
+            if (followedAt(k).alive) {
                 return pass(k);
             }
             continue;
         }
-        if (s.opens == 0) {
+        if (!s.hasOpen()) {
             if (marks_.blocks) {
                 return stop(k);
             }
@@ -273,7 +285,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         piece = owned;
         single = !headSpecial->multi;
     } else {
-        start = segments_[head].firstOpen;
+        start = segments_[head].firstOpen();
         piece = ownTag(head);
         single = true;
     }
@@ -286,8 +298,10 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
     const auto candidates =
         byTail_.empty() ? byTail_.end() : byTail_.find(single ? piece : headSpecial->tail);
     if (candidates != byTail_.end()) {
-        for (size_t c : candidates->second) {
-            const Special& s = specials_.at(c);
+        for (uint32_t index = candidates->second; index != UINT32_MAX;
+             index = specials_[index].nextSameTail) {
+            const Special& s = specials_[index];
+            const size_t c = s.segment;
             if (c <= head || !s.alive) {
                 continue;
             }
@@ -307,7 +321,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         headSpecial->alive = false;
         remove(start, segmentEnd(head));
     } else {
-        segments_[head].flags |= kDead;
+        segments_[head].setDead();
         passRemoved_.push_back({start, segmentEnd(head)});
     }
     if (single && !seen_.contains(piece)) {
@@ -318,14 +332,14 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         seen_.insert(piece);
     }
     for (const auto& [c, at] : copies) {
-        specials_.at(c).alive = false;
+        followedAt(c).alive = false;
         remove(at, segmentEnd(c));
     }
     // What is left of a followed segment in front of its copy joins the next
     // segment still there; when it holds tags, so does that segment. The
     // nearest leftovers go first: a segment's last tag is in the nearest one.
     for (auto it = copies.rbegin(); it != copies.rend(); ++it) {
-        const Special& s = specials_.at(it->first);
+        const Special& s = followedAt(it->first);
         if (s.firstOpen < it->second) {
             merge(nextAlive(it->first), s.firstOpen, lastOpenBefore(it->second, s.firstOpen));
         }
@@ -353,8 +367,8 @@ MarkupRemoval::Pass MarkupRemoval::stop(size_t first) {
     }
     size_t open = finalFirstOpen_;
     for (size_t k = first + 1; k < segments_.size(); ++k) {
-        if ((segments_[k].flags & kFollowed) != 0 && specials_.at(k).alive) {
-            open = specials_.at(k).firstOpen;
+        if (segments_[k].followed() && followedAt(k).alive) {
+            open = followedAt(k).firstOpen;
             break;
         }
     }
@@ -368,11 +382,11 @@ MarkupRemoval::Pass MarkupRemoval::stop(size_t first) {
 size_t MarkupRemoval::nextAlive(size_t k) {
     for (size_t j = k + 1; j < segments_.size(); ++j) {
         const Segment& s = segments_[j];
-        if ((s.flags & kFollowed) != 0) {
-            if (specials_.at(j).alive) {
+        if (s.followed()) {
+            if (followedAt(j).alive) {
                 return j;
             }
-        } else if (s.opens == 0 || !deadByTag(j)) {
+        } else if (!s.hasOpen() || !deadByTag(j)) {
             return j;
         }
     }
@@ -392,7 +406,7 @@ void MarkupRemoval::merge(size_t into, size_t firstOpen, size_t lastOpen) {
     const Segment& seg = segments_[into];
     Special s;
     s.firstOpen = firstOpen;
-    if (seg.opens == 0) {
+    if (!seg.hasOpen()) {
         s.lastOpen = lastOpen;
         ownedPieces_.push_back(readForward(lastOpen, segmentEnd(into)));
         s.tail = ownedPieces_.back();
@@ -420,7 +434,7 @@ size_t MarkupRemoval::segmentOf(size_t i) const {
     const size_t closeLength = marks_.close.size();
     const auto it = std::upper_bound(
         segments_.begin(), segments_.end(), i,
-        [closeLength](size_t pos, const Segment& s) { return pos < s.close + closeLength; });
+        [closeLength](size_t pos, const Segment& s) { return pos < s.close() + closeLength; });
     return static_cast<size_t>(it - segments_.begin());
 }
 
@@ -433,14 +447,16 @@ MarkupRemoval::Span MarkupRemoval::spanAt(size_t i) {
         }
     }
     size_t end = it != removed_.end() ? it->first : text_.size();
-    const size_t k = segmentOf(i);
+    // Block loops remove only what removed_ holds; the tag loop also removes
+    // the tags of segments by the table of pieces.
+    const size_t k = marks_.blocks ? segments_.size() : segmentOf(i);
     if (k < segments_.size()) {
         const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) == 0 && s.opens == 1 && deadByTag(k)) {
-            if (i >= s.firstOpen) {
-                return {true, s.firstOpen, segmentEnd(k)};
+        if (!s.followed() && s.hasOpen() && deadByTag(k)) {
+            if (i >= s.firstOpen()) {
+                return {true, s.firstOpen(), segmentEnd(k)};
             }
-            end = std::min<size_t>(end, s.firstOpen);
+            end = std::min<size_t>(end, s.firstOpen());
         } else {
             end = std::min(end, segmentEnd(k));
         }
@@ -459,11 +475,14 @@ MarkupRemoval::Span MarkupRemoval::spanBefore(size_t i) {
         }
         begin = before->second;
     }
+    if (marks_.blocks) {
+        return {false, begin, i};
+    }
     const size_t k = segmentOf(j);
     if (k < segments_.size()) {
         const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) == 0 && s.opens == 1 && deadByTag(k) && j >= s.firstOpen) {
-            return {true, s.firstOpen, segmentEnd(k)};
+        if (!s.followed() && s.hasOpen() && deadByTag(k) && j >= s.firstOpen()) {
+            return {true, s.firstOpen(), segmentEnd(k)};
         }
     }
     if (k > 0) {
@@ -560,7 +579,7 @@ std::string MarkupRemoval::materialize() {
     // The table of pieces points into the text: settle every segment the
     // sweep has not reached before the text is overwritten.
     for (size_t k = cursor_; k < segments_.size(); ++k) {
-        if ((segments_[k].flags & kFollowed) == 0 && segments_[k].opens == 1) {
+        if (!segments_[k].followed() && segments_[k].hasOpen()) {
             deadByTag(k);
         }
     }
@@ -577,8 +596,8 @@ std::string MarkupRemoval::materialize() {
     const auto nextOwnTag = [&]() -> std::optional<Range> {
         for (; k < segments_.size(); ++k) {
             const Segment& s = segments_[k];
-            if ((s.flags & kFollowed) == 0 && (s.flags & kDead) != 0) {
-                const Range r{s.firstOpen, segmentEnd(k)};
+            if (!s.followed() && s.dead()) {
+                const Range r{s.firstOpen(), segmentEnd(k)};
                 ++k;
                 return r;
             }
