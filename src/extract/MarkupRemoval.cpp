@@ -40,7 +40,9 @@ uint64_t PieceSet::Hash(std::string_view piece) {
         h ^= h >> 32;
     }
     uint64_t w = 0;
-    std::memcpy(&w, piece.data() + i, piece.size() - i);
+    for (size_t k = i; k < piece.size(); ++k) {
+        w = (w << 8) | static_cast<unsigned char>(piece[k]);
+    }
     h = (h ^ w) * 0xc4ceb9fe1a85ec53ull;
     return h ^ (h >> 29);
 }
@@ -108,22 +110,25 @@ bool MarkupRemoval::closeEndsAt(size_t i) const {
 void MarkupRemoval::scanMarks() {
     const char* text = text_.data();
     const size_t n = text_.size();
-    // The segment under way: its first opening mark and how many it has.
+    // The segment under way: its first and last opening marks and how many
+    // it has.
     uint32_t firstOpen = kNone;
+    size_t lastOpen = 0;
     int opens = 0;
     const auto addOpen = [&](size_t at) {
         if (firstOpen == kNone) {
             firstOpen = static_cast<uint32_t>(at);
         }
+        lastOpen = at;
         opens = std::min(opens + 1, 2);
     };
     // The segments to follow one by one: in the tag loop those with two or
     // more tags; in the block loops every one with a block.
     const int follows = marks_.blocks ? 1 : 2;
-    std::vector<size_t> toFollow;
+    std::vector<std::pair<size_t, size_t>> toFollow;  // segment, its last opening mark
     const auto addClose = [&](size_t start) {
         if (opens >= follows) {
-            toFollow.push_back(segments_.size());
+            toFollow.emplace_back(segments_.size(), lastOpen);
         }
         segments_.emplace_back(static_cast<uint32_t>(start), firstOpen);
         firstOpen = kNone;
@@ -176,11 +181,11 @@ void MarkupRemoval::scanMarks() {
     if (firstOpen != kNone) {
         finalFirstOpen_ = firstOpen;
     }
-    for (size_t k : toFollow) {
+    for (const auto& [k, last] : toFollow) {
         const Segment& s = segments_[k];
         Special special;
         special.firstOpen = s.firstOpen();
-        special.lastOpen = ownLastOpen(k);
+        special.lastOpen = last;
         special.multi = special.lastOpen != special.firstOpen;
         special.tail =
             std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
