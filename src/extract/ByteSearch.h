@@ -17,6 +17,19 @@ inline char Fold(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// Whether a and b hold the same text, ASCII case ignored when asked.
+inline bool SameText(std::string_view a, std::string_view b, bool ignoreCase) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (ignoreCase ? Fold(a[i]) != Fold(b[i]) : a[i] != b[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The first i in [from, n - 1) where p[i] and p[i + 1] are `first` and
 // `second`, each compared folded when its flag says so (`first`/`second`
 // given in lower case then); n when there is none.

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include "PieceSet.h"
 
 // One of the removal loops of StripTags. Each pass takes the first opening
 // mark and the first closing mark after it; the piece from the one through
@@ -25,23 +26,6 @@
 // tag. Passes thus cost what they remove, not the length of the text. Should a
 // removal in a block loop join a new mark together, the rest of that loop runs
 // step by step on the text as it then reads.
-// A set of pieces of text (views), with a quick hash for short pieces.
-class PieceSet {
-public:
-    bool contains(std::string_view piece) const;
-    void insert(std::string_view piece);
-
-private:
-    struct Slot {
-        const char* data = nullptr;
-        uint32_t size = 0;
-        uint32_t hash = 0;
-    };
-    static uint64_t Hash(std::string_view piece);
-    std::vector<Slot> slots_ = std::vector<Slot>(64);
-    size_t used_ = 0;
-};
-
 class MarkupRemoval {
 public:
     struct Marks {
