@@ -163,9 +163,9 @@ void KeepLineBreaks(std::string& text) {
 void ScanEngine::StripTags() {
     LoadProgress();
     const AtExit show([this] { ShowProgress(); });
-    // The steps append a space first. No mark and no removed piece can take
-    // in the last character, so it is appended at the end instead, where the
-    // text has usually shrunk and has room for it.
+    // Stripping appends a space to the text first. No mark and no removed
+    // piece can take in the last character, so the space is appended at the
+    // end instead, where the text has usually shrunk and has room for it.
     const AtExit appendSpace([this] { strScanText += ' '; });
     if (chkStrip) {
         // The stripped output keeps its paragraphs, line breaks and table rows.

@@ -12,9 +12,9 @@ void ScanEngine::PrepareText() {
     // One pass does it all: backspace, tab, line feed and carriage return
     // become spaces, then every "quot" (left to right, as a replace-all does),
     // and each run of spaces is written as one; the space appended in front
-    // of all that is added at the end of the pass. Collapsing pair by pair, as
-    // the steps do, halves a run (rounding up) per pass over the text; the
-    // passes yield in between, so their number is kept.
+    // of all that is added at the end of the pass. Replacing every pair of
+    // spaces with one halves a run (rounding up) per pass over the text, and
+    // the passes yield in between, so their number is kept.
     //
     // kClass: 1 for the bytes that become spaces, 2 for "q" (a "quot" may
     // begin there).

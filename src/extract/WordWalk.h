@@ -18,8 +18,9 @@ public:
     // piece with no space after it is never a word).
     using Pieces = std::function<bool(std::string&)>;
     // `interrupted` is asked now and then while a long piece has many
-    // removals applied to it, work that the steps spread over many words;
-    // when it says yes, the walk ends there.
+    // removals applied to it at once (work that removing each word from the
+    // whole rest would spread over many words); when it says yes, the walk
+    // ends there.
     WordWalk(Pieces next, std::function<bool()> interrupted)
         : next_(std::move(next)), interrupted_(std::move(interrupted)) {}
 
