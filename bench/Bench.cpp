@@ -7,7 +7,8 @@
 // ProcessTime; "keywords" records three keyword columns with FileName and
 // ProcessTime; "strip" is the text a stripping run writes. Each measurement
 // runs in a child process of its own, so its peak memory (the generated text
-// included) is its own. The straightforward reference engine is measured at
+// included) is its own; the time shown is the fastest of three runs, the peak
+// the largest. The straightforward reference engine is measured at
 // 1 MB for comparison; the growth ratios compare each size with the one
 // before it (linear cost gives about the ratio of the sizes).
 
@@ -15,6 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -92,7 +94,7 @@ Result Measure(std::string text, Workload workload) {
 }
 
 // Runs one measurement in a child process and reads back its figures.
-Result InChild(const Input& input, Workload workload, double mb, bool reference) {
+Result OneChild(const Input& input, Workload workload, double mb, bool reference) {
     int fds[2];
     if (pipe(fds) != 0) {
         std::perror("pipe");
@@ -122,6 +124,18 @@ Result InChild(const Input& input, Workload workload, double mb, bool reference)
     }
     r.peakKb = usage.ru_maxrss;
     return r;
+}
+
+// The machine may be busy with other work: the fastest of a few runs counts.
+Result InChild(const Input& input, Workload workload, double mb, bool reference) {
+    constexpr int kRuns = 3;
+    Result best = OneChild(input, workload, mb, reference);
+    for (int i = 1; i < kRuns; ++i) {
+        const Result r = OneChild(input, workload, mb, reference);
+        best.peakKb = std::max(best.peakKb, r.peakKb);
+        best.seconds = std::min(best.seconds, r.seconds);
+    }
+    return best;
 }
 
 void Print(const Input& input, Workload workload, const char* engine, const Result& r) {

@@ -17,6 +17,19 @@ inline char Fold(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// Whether a and b hold the same text, ASCII case ignored when asked.
+inline bool SameText(std::string_view a, std::string_view b, bool ignoreCase) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (ignoreCase ? Fold(a[i]) != Fold(b[i]) : a[i] != b[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The first i in [from, n - 1) where p[i] and p[i + 1] are `first` and
 // `second`, each compared folded when its flag says so (`first`/`second`
 // given in lower case then); n when there is none.
@@ -75,6 +88,29 @@ inline size_t FindEither(const char* p, size_t n, size_t from, char a, char b) {
         }
     }
     return n;
+}
+
+// Calls visit(i) for every i in [0, n), in order, where p[i] is `a` or `b`.
+template <class Visit>
+void ForEachEither(const char* p, size_t n, char a, char b, Visit visit) {
+    size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(a);
+    const __m128i vb = _mm_set1_epi8(b);
+    for (; i + 16 <= n; i += 16) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+        for (uint32_t mask = static_cast<uint32_t>(
+                 _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(x, va), _mm_cmpeq_epi8(x, vb))));
+             mask != 0; mask &= mask - 1) {
+            visit(i + static_cast<size_t>(__builtin_ctz(mask)));
+        }
+    }
+#endif
+    for (; i < n; ++i) {
+        if (p[i] == a || p[i] == b) {
+            visit(i);
+        }
+    }
 }
 
 // Every byte of p[0, n) that is one of `from` becomes `to`.

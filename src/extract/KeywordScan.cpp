@@ -108,18 +108,23 @@ std::string ScanEngine::ScanKeyword(ScanState& state, const KeywordRecord& keywo
     SetScanPos(text.rank(found));
 
     size_t next = state.after(found, keyword.Name.size());
-    WordWalk walk([&text, &next](std::string& piece) {
-        for (; next < text.size(); next = text.nextKept(next + 1)) {
-            const char c = text.at(next);
-            if (c != ' ') {
-                piece += c;
-            } else if (!piece.empty()) {
-                next = text.nextKept(next + 1);
-                return true;
+    WordWalk walk(
+        [&text, &next](std::string& piece) {
+            for (; next < text.size(); next = text.nextKept(next + 1)) {
+                const char c = text.at(next);
+                if (c != ' ') {
+                    piece += c;
+                } else if (!piece.empty()) {
+                    next = text.nextKept(next + 1);
+                    return true;
+                }
             }
-        }
-        return false;
-    });
+            return false;
+        },
+        [this] {
+            Yield();
+            return intCancel == 1;
+        });
     std::string result;
     size_t wanted = 0;
     const int highest = positions.back();

@@ -1,91 +1,11 @@
 #include "MarkupRemoval.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "ByteSearch.h"
 #include "TextOps.h"
 
-using textops::FindNoCase;
 using textops::FoldAscii;
-using textops::ReplaceAll;
-
-namespace {
-
-constexpr uint8_t kDead = 1;      // the segment's tag has been removed
-constexpr uint8_t kFollowed = 2;  // the segment is followed as a Special
-
-bool Same(std::string_view a, std::string_view b, bool ignoreCase) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    if (!ignoreCase) {
-        return a == b;
-    }
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (FoldAscii(a[i]) != FoldAscii(b[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-}  // namespace
-
-uint64_t PieceSet::Hash(std::string_view piece) {
-    // Eight bytes at a time, multiplied and folded.
-    uint64_t h = 0x9e3779b97f4a7c15ull ^ piece.size();
-    size_t i = 0;
-    for (; i + 8 <= piece.size(); i += 8) {
-        uint64_t w;
-        std::memcpy(&w, piece.data() + i, 8);
-        h = (h ^ w) * 0xff51afd7ed558ccdull;
-        h ^= h >> 32;
-    }
-    uint64_t w = 0;
-    std::memcpy(&w, piece.data() + i, piece.size() - i);
-    h = (h ^ w) * 0xc4ceb9fe1a85ec53ull;
-    return h ^ (h >> 29);
-}
-
-bool PieceSet::contains(std::string_view piece) const {
-    const uint64_t hash = Hash(piece);
-    const size_t mask = slots_.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        const Slot& s = slots_[i];
-        if (s.data == nullptr) {
-            return false;
-        }
-        if (s.hash == hash && s.size == piece.size() &&
-            std::memcmp(s.data, piece.data(), piece.size()) == 0) {
-            return true;
-        }
-    }
-}
-
-void PieceSet::insert(std::string_view piece) {
-    if (contains(piece)) {
-        return;
-    }
-    if (2 * (used_ + 1) > slots_.size()) {
-        std::vector<Slot> old(slots_.size() * 2);
-        old.swap(slots_);
-        used_ = 0;
-        for (const Slot& s : old) {
-            if (s.data != nullptr) {
-                insert(std::string_view(s.data, s.size));
-            }
-        }
-    }
-    const uint64_t hash = Hash(piece);
-    const size_t mask = slots_.size() - 1;
-    size_t i = hash & mask;
-    while (slots_[i].data != nullptr) {
-        i = (i + 1) & mask;
-    }
-    slots_[i] = {hash, piece.data(), piece.size()};
-    ++used_;
-}
 
 MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks)
     : text_(std::move(text)), marks_(marks) {
@@ -95,14 +15,15 @@ MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks)
 bool MarkupRemoval::openAt(size_t i) const {
     const std::string_view open = marks_.open;
     return text_.size() - i >= open.size() &&
-           Same(std::string_view(text_).substr(i, open.size()), open, marks_.ignoreCase);
+           bytesearch::SameText(std::string_view(text_).substr(i, open.size()), open,
+                                marks_.ignoreCase);
 }
 
 bool MarkupRemoval::closeEndsAt(size_t i) const {
     const std::string_view close = marks_.close;
     return i + 1 >= close.size() &&
-           Same(std::string_view(text_).substr(i + 1 - close.size(), close.size()), close,
-                marks_.ignoreCase);
+           bytesearch::SameText(std::string_view(text_).substr(i + 1 - close.size(), close.size()),
+                                close, marks_.ignoreCase);
 }
 
 // Every opening mark starts with "<" and every closing mark ends with ">":
@@ -111,28 +32,39 @@ bool MarkupRemoval::closeEndsAt(size_t i) const {
 void MarkupRemoval::scanMarks() {
     const char* text = text_.data();
     const size_t n = text_.size();
-    Segment current{0, kNone, 0, 0};
-    const auto addOpen = [&current](size_t at) {
-        if (current.firstOpen == kNone) {
-            current.firstOpen = static_cast<uint32_t>(at);
+    // The segment under way: its first and last opening marks and how many
+    // it has.
+    uint32_t firstOpen = kNone;
+    size_t lastOpen = 0;
+    int opens = 0;
+    const auto addOpen = [&](size_t at) {
+        if (firstOpen == kNone) {
+            firstOpen = static_cast<uint32_t>(at);
         }
-        current.opens = static_cast<uint8_t>(std::min(current.opens + 1, 2));
+        lastOpen = at;
+        opens = std::min(opens + 1, 2);
     };
+    // The segments to follow one by one: in the tag loop those with two or
+    // more tags; in the block loops every one with a block.
+    const int follows = marks_.blocks ? 1 : 2;
+    std::vector<std::pair<size_t, size_t>> toFollow;  // segment, its last opening mark
     const auto addClose = [&](size_t start) {
-        current.close = static_cast<uint32_t>(start);
-        segments_.push_back(current);
-        current = Segment{0, kNone, 0, 0};
+        if (opens >= follows) {
+            toFollow.emplace_back(segments_.size(), lastOpen);
+        }
+        segments_.emplace_back(static_cast<uint32_t>(start), firstOpen);
+        firstOpen = kNone;
+        opens = 0;
     };
     if (!marks_.blocks) {
         segments_.reserve(static_cast<size_t>(std::count(text, text + n, '>')));
-        for (size_t i = bytesearch::FindEither(text, n, 0, '<', '>'); i < n;
-             i = bytesearch::FindEither(text, n, i + 1, '<', '>')) {
+        bytesearch::ForEachEither(text, n, '<', '>', [&](size_t i) {
             if (text[i] == '<') {
                 addOpen(i);
             } else {
                 addClose(i);
             }
-        }
+        });
     } else {
         const size_t closeLength = marks_.close.size();
         const char afterLt = FoldAscii(marks_.open[1]);
@@ -168,66 +100,73 @@ void MarkupRemoval::scanMarks() {
             addOpen(open);
         }
     }
-    if (current.firstOpen != kNone) {
-        finalFirstOpen_ = current.firstOpen;
+    if (firstOpen != kNone) {
+        finalFirstOpen_ = firstOpen;
     }
-    // The segments to follow one by one: in the tag loop those with two or
-    // more tags; in the block loops every one with a block.
-    const uint8_t follows = marks_.blocks ? 1 : 2;
-    for (size_t k = 0; k < segments_.size(); ++k) {
+    for (const auto& [k, last] : toFollow) {
         const Segment& s = segments_[k];
-        if (s.opens >= follows) {
-            Special special;
-            special.multi = s.opens >= 2;
-            special.firstOpen = s.firstOpen;
-            special.lastOpen = ownLastOpen(k);
-            special.tail =
-                std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
-            follow(k, std::move(special));
-        }
+        Special special;
+        special.firstOpen = s.firstOpen();
+        special.lastOpen = last;
+        special.multi = special.lastOpen != special.firstOpen;
+        special.tail =
+            std::string_view(text_).substr(special.lastOpen, segmentEnd(k) - special.lastOpen);
+        follow(k, std::move(special));
     }
 }
 
 // The segment's own last opening mark: the last one before its close.
 size_t MarkupRemoval::ownLastOpen(size_t k) const {
     const Segment& s = segments_[k];
-    if (s.opens < 2) {
-        return s.firstOpen;
-    }
-    for (size_t i = s.close; i > s.firstOpen; --i) {
+    for (size_t i = s.close(); i > s.firstOpen(); --i) {
         if (text_[i - 1] == '<' && openAt(i - 1)) {
             return i - 1;
         }
     }
-    return s.firstOpen;
+    return s.firstOpen();
 }
 
 std::string_view MarkupRemoval::ownTag(size_t k) const {
     const Segment& s = segments_[k];
-    return std::string_view(text_).substr(s.firstOpen, segmentEnd(k) - s.firstOpen);
+    return std::string_view(text_).substr(s.firstOpen(), segmentEnd(k) - s.firstOpen());
 }
 
 MarkupRemoval::Special* MarkupRemoval::special(size_t k) {
-    if ((segments_[k].flags & kFollowed) == 0) {
+    if (!segments_[k].followed()) {
         return nullptr;
     }
-    return &specials_.at(k);
+    const uint32_t index = marks_.blocks ? specialOfSegment_[k] : specialOf_.at(k);
+    return &specials_[index];
 }
 
 void MarkupRemoval::follow(size_t k, Special s) {
-    segments_[k].flags |= kFollowed;
-    byTail_[s.tail].push_back(k);
-    specials_[k] = std::move(s);
+    segments_[k].setFollowed();
+    const uint32_t index = static_cast<uint32_t>(specials_.size());
+    s.segment = k;
+    const auto [list, added] = byTail_.emplace(s.tail, index);
+    if (!added) {
+        s.nextSameTail = list->second;
+        list->second = index;
+    }
+    specials_.push_back(std::move(s));
+    if (marks_.blocks) {
+        if (specialOfSegment_.empty()) {
+            specialOfSegment_.assign(segments_.size(), UINT32_MAX);
+        }
+        specialOfSegment_[k] = index;
+    } else {
+        specialOf_[k] = index;
+    }
 }
 
 // A segment with one tag, not followed: gone once a pass removed its tag.
 bool MarkupRemoval::deadByTag(size_t k) {
     Segment& s = segments_[k];
-    if ((s.flags & kDead) != 0) {
+    if (s.dead()) {
         return true;
     }
     if (seen_.contains(ownTag(k))) {
-        s.flags |= kDead;
+        s.setDead();
         return true;
     }
     return false;
@@ -241,13 +180,13 @@ MarkupRemoval::Pass MarkupRemoval::next() {
     for (; cursor_ < segments_.size(); ++cursor_) {
         const size_t k = cursor_;
         const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) != 0) {
-            if (specials_.at(k).alive) {
+        if (s.followed()) {
+            if (followedAt(k).alive) {
                 return pass(k);
             }
             continue;
         }
-        if (s.opens == 0) {
+        if (!s.hasOpen()) {
             if (marks_.blocks) {
                 return stop(k);
             }
@@ -273,7 +212,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         piece = owned;
         single = !headSpecial->multi;
     } else {
-        start = segments_[head].firstOpen;
+        start = segments_[head].firstOpen();
         piece = ownTag(head);
         single = true;
     }
@@ -286,8 +225,10 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
     const auto candidates =
         byTail_.empty() ? byTail_.end() : byTail_.find(single ? piece : headSpecial->tail);
     if (candidates != byTail_.end()) {
-        for (size_t c : candidates->second) {
-            const Special& s = specials_.at(c);
+        for (uint32_t index = candidates->second; index != UINT32_MAX;
+             index = specials_[index].nextSameTail) {
+            const Special& s = specials_[index];
+            const size_t c = s.segment;
             if (c <= head || !s.alive) {
                 continue;
             }
@@ -307,7 +248,7 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         headSpecial->alive = false;
         remove(start, segmentEnd(head));
     } else {
-        segments_[head].flags |= kDead;
+        segments_[head].setDead();
         passRemoved_.push_back({start, segmentEnd(head)});
     }
     if (single && !seen_.contains(piece)) {
@@ -318,14 +259,14 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         seen_.insert(piece);
     }
     for (const auto& [c, at] : copies) {
-        specials_.at(c).alive = false;
+        followedAt(c).alive = false;
         remove(at, segmentEnd(c));
     }
     // What is left of a followed segment in front of its copy joins the next
     // segment still there; when it holds tags, so does that segment. The
     // nearest leftovers go first: a segment's last tag is in the nearest one.
     for (auto it = copies.rbegin(); it != copies.rend(); ++it) {
-        const Special& s = specials_.at(it->first);
+        const Special& s = followedAt(it->first);
         if (s.firstOpen < it->second) {
             merge(nextAlive(it->first), s.firstOpen, lastOpenBefore(it->second, s.firstOpen));
         }
@@ -353,8 +294,8 @@ MarkupRemoval::Pass MarkupRemoval::stop(size_t first) {
     }
     size_t open = finalFirstOpen_;
     for (size_t k = first + 1; k < segments_.size(); ++k) {
-        if ((segments_[k].flags & kFollowed) != 0 && specials_.at(k).alive) {
-            open = specials_.at(k).firstOpen;
+        if (segments_[k].followed() && followedAt(k).alive) {
+            open = followedAt(k).firstOpen;
             break;
         }
     }
@@ -368,11 +309,11 @@ MarkupRemoval::Pass MarkupRemoval::stop(size_t first) {
 size_t MarkupRemoval::nextAlive(size_t k) {
     for (size_t j = k + 1; j < segments_.size(); ++j) {
         const Segment& s = segments_[j];
-        if ((s.flags & kFollowed) != 0) {
-            if (specials_.at(j).alive) {
+        if (s.followed()) {
+            if (followedAt(j).alive) {
                 return j;
             }
-        } else if (s.opens == 0 || !deadByTag(j)) {
+        } else if (!s.hasOpen() || !deadByTag(j)) {
             return j;
         }
     }
@@ -392,7 +333,7 @@ void MarkupRemoval::merge(size_t into, size_t firstOpen, size_t lastOpen) {
     const Segment& seg = segments_[into];
     Special s;
     s.firstOpen = firstOpen;
-    if (seg.opens == 0) {
+    if (!seg.hasOpen()) {
         s.lastOpen = lastOpen;
         ownedPieces_.push_back(readForward(lastOpen, segmentEnd(into)));
         s.tail = ownedPieces_.back();
@@ -414,249 +355,4 @@ void MarkupRemoval::remove(size_t begin, size_t end) {
     }
     removed_.emplace(begin, end);
     passRemoved_.push_back({begin, end});
-}
-
-size_t MarkupRemoval::segmentOf(size_t i) const {
-    const size_t closeLength = marks_.close.size();
-    const auto it = std::upper_bound(
-        segments_.begin(), segments_.end(), i,
-        [closeLength](size_t pos, const Segment& s) { return pos < s.close + closeLength; });
-    return static_cast<size_t>(it - segments_.begin());
-}
-
-MarkupRemoval::Span MarkupRemoval::spanAt(size_t i) {
-    auto it = removed_.upper_bound(i);
-    if (it != removed_.begin()) {
-        const auto before = std::prev(it);
-        if (i < before->second) {
-            return {true, before->first, before->second};
-        }
-    }
-    size_t end = it != removed_.end() ? it->first : text_.size();
-    const size_t k = segmentOf(i);
-    if (k < segments_.size()) {
-        const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) == 0 && s.opens == 1 && deadByTag(k)) {
-            if (i >= s.firstOpen) {
-                return {true, s.firstOpen, segmentEnd(k)};
-            }
-            end = std::min<size_t>(end, s.firstOpen);
-        } else {
-            end = std::min(end, segmentEnd(k));
-        }
-    }
-    return {false, i, end};
-}
-
-MarkupRemoval::Span MarkupRemoval::spanBefore(size_t i) {
-    const size_t j = i - 1;
-    size_t begin = 0;
-    const auto it = removed_.upper_bound(j);
-    if (it != removed_.begin()) {
-        const auto before = std::prev(it);
-        if (j < before->second) {
-            return {true, before->first, before->second};
-        }
-        begin = before->second;
-    }
-    const size_t k = segmentOf(j);
-    if (k < segments_.size()) {
-        const Segment& s = segments_[k];
-        if ((s.flags & kFollowed) == 0 && s.opens == 1 && deadByTag(k) && j >= s.firstOpen) {
-            return {true, s.firstOpen, segmentEnd(k)};
-        }
-    }
-    if (k > 0) {
-        begin = std::max(begin, segmentEnd(k - 1));
-    }
-    return {false, begin, i};
-}
-
-std::string MarkupRemoval::readForward(size_t from, size_t to, size_t limit) {
-    std::string out;
-    for (size_t i = from; i < to && out.size() < limit;) {
-        const Span s = spanAt(i);
-        if (s.removed) {
-            if (marks_.toSpace && i == s.begin) {
-                out += ' ';
-            }
-            i = s.end;
-            continue;
-        }
-        const size_t n = std::min({s.end, to}) - i;
-        out.append(text_, i, std::min(n, limit - out.size()));
-        i += n;
-    }
-    return out;
-}
-
-std::string MarkupRemoval::readBack(size_t end, size_t count, size_t* start) {
-    std::string out;  // backwards
-    size_t i = end;
-    size_t first = end;
-    while (out.size() < count && i > 0) {
-        const Span s = spanBefore(i);
-        if (s.removed) {
-            if (marks_.toSpace) {
-                out += ' ';
-                first = s.begin;
-            }
-            i = s.begin;
-            continue;
-        }
-        const size_t n = std::min(i - s.begin, count - out.size());
-        for (size_t p = i; p > i - n; --p) {
-            out += text_[p - 1];
-        }
-        i -= n;
-        first = i;
-    }
-    std::reverse(out.begin(), out.end());
-    *start = first;
-    return out;
-}
-
-size_t MarkupRemoval::lastOpenBefore(size_t end, size_t floor) {
-    const size_t length = marks_.open.size();
-    std::string after;  // the characters from the candidate on
-    for (size_t pos = end; pos > floor;) {
-        size_t at;
-        const std::string c = readBack(pos, 1, &at);
-        if (c.empty()) {
-            break;
-        }
-        after.insert(after.begin(), c[0]);
-        if (after.size() > length) {
-            after.pop_back();
-        }
-        if (after.size() == length && Same(after, marks_.open, marks_.ignoreCase)) {
-            return at;
-        }
-        pos = at;
-    }
-    return floor;
-}
-
-// Whether taking out [begin, end) has put a new mark together across the gap.
-bool MarkupRemoval::joinedMark(size_t begin, size_t end) {
-    const size_t reach = std::max(marks_.open.size(), marks_.close.size()) - 1;
-    size_t at;
-    const std::string before = readBack(begin, reach, &at);
-    const std::string window = before + readForward(end, text_.size(), reach);
-    for (size_t i = 0; i < before.size(); ++i) {
-        for (std::string_view mark : {marks_.open, marks_.close}) {
-            if (i + mark.size() > before.size() && i + mark.size() <= window.size() &&
-                Same(std::string_view(window).substr(i, mark.size()), mark, marks_.ignoreCase)) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-// Closes the gaps in place: the text never grows, as a removed range leaves
-// at most one space.
-std::string MarkupRemoval::materialize() {
-    // The table of pieces points into the text: settle every segment the
-    // sweep has not reached before the text is overwritten.
-    for (size_t k = cursor_; k < segments_.size(); ++k) {
-        if ((segments_[k].flags & kFollowed) == 0 && segments_[k].opens == 1) {
-            deadByTag(k);
-        }
-    }
-    char* data = text_.data();
-    size_t write = 0;
-    const auto keep = [&](size_t from, size_t to) {
-        if (write != from) {
-            std::memmove(data + write, data + from, to - from);
-        }
-        write += to - from;
-    };
-    auto explicitRange = removed_.begin();
-    size_t k = 0;
-    const auto nextOwnTag = [&]() -> std::optional<Range> {
-        for (; k < segments_.size(); ++k) {
-            const Segment& s = segments_[k];
-            if ((s.flags & kFollowed) == 0 && (s.flags & kDead) != 0) {
-                const Range r{s.firstOpen, segmentEnd(k)};
-                ++k;
-                return r;
-            }
-        }
-        return std::nullopt;
-    };
-    std::optional<Range> ownTag = nextOwnTag();
-    size_t pos = 0;
-    scanPos_ = SIZE_MAX;
-    for (;;) {
-        Range r;
-        if (explicitRange != removed_.end() && (!ownTag || explicitRange->first <= ownTag->begin)) {
-            r = {explicitRange->first, explicitRange->second};
-            ++explicitRange;
-        } else if (ownTag) {
-            r = *ownTag;
-            ownTag = nextOwnTag();
-        } else {
-            break;
-        }
-        if (r.begin < pos) {
-            continue;  // inside a range already taken out
-        }
-        if (lastOpen_ < r.end && lastOpen_ >= pos && scanPos_ == SIZE_MAX) {
-            scanPos_ = write + (std::min(lastOpen_, r.begin) - pos);
-        }
-        keep(pos, r.begin);
-        if (marks_.toSpace) {
-            data[write++] = ' ';
-        }
-        pos = r.end;
-    }
-    if (lastOpen_ != SIZE_MAX && lastOpen_ >= pos && scanPos_ == SIZE_MAX) {
-        scanPos_ = write + (lastOpen_ - pos);
-    }
-    keep(pos, text_.size());
-    text_.resize(write);
-    return std::move(text_);
-}
-
-// The loop step by step, as it reads, on a text whose marks no longer follow
-// the segments.
-MarkupRemoval::Pass MarkupRemoval::literalPass() {
-    const size_t open = FindNoCase(text_, marks_.open);
-    const size_t close = FindNoCase(text_, marks_.close);
-    if (open == std::string::npos) {
-        lastOpen_ = SIZE_MAX;
-        return Pass::Done;
-    }
-    lastOpen_ = open;
-    if (close == std::string::npos) {
-        return Pass::Done;
-    }
-    const long distance = static_cast<long>(close) - static_cast<long>(open);
-    const long closeLength = static_cast<long>(marks_.close.size());
-    if (distance < -closeLength) {
-        return Pass::Done;
-    }
-    if (distance == -closeLength) {
-        return Pass::Endless;
-    }
-    ReplaceAll(text_, text_.substr(open, static_cast<size_t>(distance + closeLength)), "");
-    return Pass::Removed;
-}
-
-std::string MarkupRemoval::release() {
-    if (!searched_) {
-        scanFound_ = Found::NoPass;
-    }
-    std::string out;
-    if (literal_) {
-        scanPos_ = lastOpen_;
-        out = std::move(text_);
-    } else {
-        out = materialize();
-    }
-    if (searched_) {
-        scanFound_ = lastOpen_ == SIZE_MAX ? Found::None : Found::At;
-    }
-    return out;
 }

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include "PieceSet.h"
 
 // One of the removal loops of StripTags. Each pass takes the first opening
 // mark and the first closing mark after it; the piece from the one through
@@ -25,23 +26,6 @@
 // tag. Passes thus cost what they remove, not the length of the text. Should a
 // removal in a block loop join a new mark together, the rest of that loop runs
 // step by step on the text as it then reads.
-// A set of pieces of text (views), with a quick hash for short pieces.
-class PieceSet {
-public:
-    bool contains(std::string_view piece) const;
-    void insert(std::string_view piece);
-
-private:
-    struct Slot {
-        uint64_t hash = 0;
-        const char* data = nullptr;
-        size_t size = 0;
-    };
-    static uint64_t Hash(std::string_view piece);
-    std::vector<Slot> slots_ = std::vector<Slot>(64);
-    size_t used_ = 0;
-};
-
 class MarkupRemoval {
 public:
     struct Marks {
@@ -67,16 +51,33 @@ public:
     size_t scanPos() const { return scanPos_; }
 
 private:
-    static constexpr uint32_t kNone = UINT32_MAX;
+    static constexpr uint32_t kNone = 0x7fffffffu;
 
-    struct Segment {
-        uint32_t close;      // where its closing mark starts
-        uint32_t firstOpen;  // its own first opening mark, or kNone
-        uint8_t opens;       // 0, 1 or 2 (two or more)
-        uint8_t flags;
+    // A segment in eight bytes: where its closing mark starts, its own first
+    // opening mark (kNone: none), and two flags in the top bits (positions
+    // stay below 2^31): removed by its own tag, and followed one by one
+    // (every segment with two or more opening marks is).
+    class Segment {
+    public:
+        Segment(uint32_t close, uint32_t firstOpen) : close_(close), open_(firstOpen) {}
+        uint32_t close() const { return close_ & kPosition; }
+        uint32_t firstOpen() const { return open_ & kPosition; }
+        bool hasOpen() const { return firstOpen() != kNone; }
+        bool dead() const { return (close_ & kFlag) != 0; }
+        bool followed() const { return (open_ & kFlag) != 0; }
+        void setDead() { close_ |= kFlag; }
+        void setFollowed() { open_ |= kFlag; }
+
+    private:
+        static constexpr uint32_t kFlag = 0x80000000u;
+        static constexpr uint32_t kPosition = 0x7fffffffu;
+        uint32_t close_;
+        uint32_t open_;
     };
     // A segment followed one by one.
     struct Special {
+        size_t segment = 0;
+        uint32_t nextSameTail = UINT32_MAX;  // the next one with the same last tag
         bool alive = true;
         bool multi = false;  // two or more opening marks as it reads
         size_t firstOpen = 0;
@@ -98,10 +99,11 @@ private:
     void scanMarks();
     bool openAt(size_t i) const;
     bool closeEndsAt(size_t i) const;  // a closing mark ends at character i
-    size_t segmentEnd(size_t k) const { return segments_[k].close + marks_.close.size(); }
+    size_t segmentEnd(size_t k) const { return segments_[k].close() + marks_.close.size(); }
     std::string_view ownTag(size_t k) const;
     size_t ownLastOpen(size_t k) const;
     Special* special(size_t k);
+    Special& followedAt(size_t k) { return *special(k); }
     void follow(size_t k, Special s);
     bool deadByTag(size_t k);
     Pass pass(size_t head);
@@ -130,10 +132,14 @@ private:
     size_t cursor_ = 0;
     PieceSet seen_;                        // one-mark pieces removed so far
     std::deque<std::string> ownedPieces_;  // such pieces that the text does not hold
-    std::unordered_map<size_t, Special> specials_;
+    std::deque<Special> specials_;
+    // Which Special follows a segment: per segment in the block loops, where
+    // most are followed; by segment in the tag loop, where few are.
+    std::vector<uint32_t> specialOfSegment_;
+    std::unordered_map<size_t, uint32_t> specialOf_;
     // Followed segments by their last tag. The tags are views into the text,
     // or into ownedPieces_ where removals put them together.
-    std::unordered_map<std::string_view, std::vector<size_t>> byTail_;
+    std::unordered_map<std::string_view, uint32_t> byTail_;  // the first of a list
     std::map<size_t, size_t> removed_;  // explicit removed ranges, begin -> end
     std::vector<Range> passRemoved_;
     size_t lastOpen_ = SIZE_MAX;

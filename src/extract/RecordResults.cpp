@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <array>
+
 #include <unordered_map>
 
 #include "AtExit.h"
@@ -49,65 +49,6 @@ private:
 };
 
 }  // namespace
-
-void ScanEngine::PrepareText() {
-    // One pass does it all: backspace, tab, line feed and carriage return
-    // become spaces, then every "quot" (left to right, as a replace-all does),
-    // and each run of spaces is written as one; the space appended in front
-    // of all that is added at the end of the pass. Collapsing pair by pair, as
-    // the steps do, halves a run (rounding up) per pass over the text; the
-    // passes yield in between, so their number is kept.
-    enum : uint8_t { Other, Space, Q };
-    static const std::array<uint8_t, 256> kClass = [] {
-        std::array<uint8_t, 256> c{};
-        for (unsigned char s : {' ', '\b', '\t', '\n', '\r'}) {
-            c[s] = Space;
-        }
-        c['q'] = Q;
-        return c;
-    }();
-    char* text = strScanText.data();
-    const size_t n = strScanText.size();
-    size_t write = 0;
-    size_t run = 0;
-    size_t longestRun = 0;
-    for (size_t read = 0; read < n;) {
-        const char c = text[read];
-        const uint8_t kind = kClass[static_cast<unsigned char>(c)];
-        size_t length = 1;
-        if (kind == Q && n - read >= 4 && text[read + 1] == 'u' && text[read + 2] == 'o' &&
-            text[read + 3] == 't') {
-            length = 4;
-        } else if (kind != Space) {
-            if (run != 0) {
-                longestRun = std::max(longestRun, run);
-                run = 0;
-            }
-            text[write++] = c;
-            ++read;
-            continue;
-        }
-        if (run++ == 0) {
-            text[write++] = ' ';
-        }
-        read += length;
-    }
-    // The appended space.
-    const bool grows = run++ == 0 && write == n;
-    if (run == 1 && !grows) {
-        text[write++] = ' ';
-    }
-    longestRun = std::max(longestRun, run);
-    strScanText.resize(write);
-    if (grows) {
-        strScanText += ' ';
-    }
-    for (size_t passes = 0; longestRun > 1; longestRun = (longestRun + 1) / 2) {
-        if (passes++ > 0) {
-            Yield();
-        }
-    }
-}
 
 const std::string& ScanEngine::ProcessTime() {
     // The text shows minutes: reading the clock (and the time zone) for every

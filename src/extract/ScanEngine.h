@@ -20,6 +20,14 @@ struct TextMarker;
 // The text extraction engine: the scanners, tag stripping and the recording
 // of one file's findings as result rows. It works on the scan state of the
 // file in hand (`strScanText` and friends), which the run driver fills.
+//
+// A whole file costs time in proportion to its length: stripping works on
+// segments between closing marks (MarkupRemoval), and the recording routines
+// scan a text whose taken-out characters are only marked (ScanText), with
+// searches that resume where they stopped (ScanState). The results, yields,
+// Cancel points and progress are those of removing and searching the whole
+// text each time, which ReferenceEngine in the tests does. A single scanner
+// call costs one pass over the text.
 class ScanEngine {
 public:
     ScanEngine(EventPump& pump, ProgressBar& PBFProgress, Clock& clock);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ByteSearch.h"
 #include "TextOps.h"
 
 using textops::FoldAscii;
@@ -112,29 +113,58 @@ size_t ScanState::after(size_t start, size_t length) const {
     return i;
 }
 
-size_t ScanState::findFrom(const std::string& marker, bool ignoreCase, size_t from) const {
-    const std::string_view bytes = text.bytes();
-    const char lower = ignoreCase ? FoldAscii(marker.front()) : marker.front();
-    const char upper =
-        ignoreCase && lower >= 'a' && lower <= 'z' ? static_cast<char>(lower - 'a' + 'A') : lower;
-    // The next place of each spelling of the first character, each sought
-    // again only once it has been passed.
-    size_t nextLower = bytes.find(lower, from);
-    size_t nextUpper = upper == lower ? npos : bytes.find(upper, from);
-    for (;;) {
-        const size_t candidate = std::min(nextLower, nextUpper);
-        if (candidate == npos) {
-            return npos;
+size_t ScanState::anchorOf(const std::string& marker, bool ignoreCase) const {
+    if (!counted_) {
+        for (unsigned char c : text.bytes()) {
+            ++counts_[c];
         }
-        if (!text.taken(candidate) && occursAt(marker, ignoreCase, candidate)) {
-            return candidate;
+        counted_ = true;
+    }
+    const auto count = [&](char c) {
+        const unsigned char u = static_cast<unsigned char>(c);
+        if (!ignoreCase) {
+            return counts_[u];
         }
-        if (candidate == nextLower) {
-            nextLower = bytes.find(lower, candidate + 1);
-        } else {
-            nextUpper = bytes.find(upper, candidate + 1);
+        const char lower = FoldAscii(c);
+        const char upper =
+            lower >= 'a' && lower <= 'z' ? static_cast<char>(lower - 'a' + 'A') : lower;
+        return counts_[static_cast<unsigned char>(lower)] +
+               (upper == lower ? 0 : counts_[static_cast<unsigned char>(upper)]);
+    };
+    size_t best = 0;
+    for (size_t i = 1; i < marker.size(); ++i) {
+        if (count(marker[i]) < count(marker[best])) {
+            best = i;
         }
     }
+    return best;
+}
+
+// Candidates are the places of the marker's least frequent character; an
+// occurrence starts that many kept characters before it.
+size_t ScanState::findFrom(const std::string& marker, bool ignoreCase, size_t from) const {
+    // Keyword names are sought by their rarest character; the fixed marks
+    // ("://") by their first.
+    const size_t offset = ignoreCase && marker.size() > 1 ? anchorOf(marker, ignoreCase) : 0;
+    const char lower = ignoreCase ? FoldAscii(marker[offset]) : marker[offset];
+    const char upper =
+        ignoreCase && lower >= 'a' && lower <= 'z' ? static_cast<char>(lower - 'a' + 'A') : lower;
+    const char* data = text.bytes().data();
+    const size_t n = text.size();
+    for (size_t i = bytesearch::FindEither(data, n, from, lower, upper); i < n;
+         i = bytesearch::FindEither(data, n, i + 1, lower, upper)) {
+        if (text.taken(i)) {
+            continue;
+        }
+        size_t start = i;
+        for (size_t k = 0; k < offset && start != npos; ++k) {
+            start = text.prevKept(start);
+        }
+        if (start != npos && start >= from && occursAt(marker, ignoreCase, start)) {
+            return start;
+        }
+    }
+    return npos;
 }
 
 size_t ScanState::find(TextMarker& marker) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -73,9 +74,13 @@ public:
 
 private:
     size_t findFrom(const std::string& marker, bool ignoreCase, size_t from) const;
+    // The place in `marker` of its least frequent character in the text.
+    size_t anchorOf(const std::string& marker, bool ignoreCase) const;
 
     std::vector<std::unique_ptr<TextMarker>> markers_;
     size_t atCursor_ = 0;
     bool mailTo_ = false;
     size_t changes_ = 0;
+    mutable std::array<size_t, 256> counts_{};  // byte frequencies, counted once
+    mutable bool counted_ = false;
 };

@@ -190,20 +190,3 @@ std::string ScanText::release() {
     *this = ScanText(std::string());
     return out;
 }
-
-std::string ScanText::str() const {
-    std::string out;
-    out.reserve(rank(size()));
-    for (size_t i = nextKept(0); i < size();) {
-        // Copy the run of kept characters up to the next taken one.
-        size_t w = i >> 6;
-        uint64_t stop = taken_[w] & (~0ull << (i & 63));
-        while (stop == 0) {
-            stop = taken_[++w];
-        }
-        const size_t end = std::min(size(), (w << 6) + static_cast<size_t>(std::countr_zero(stop)));
-        out.append(text_, i, end - i);
-        i = nextKept(end);
-    }
-    return out;
-}

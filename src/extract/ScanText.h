@@ -39,9 +39,8 @@ public:
     // Every character of `marks` becomes a space.
     void replaceWithSpaces(std::string_view marks);
 
-    // The text as it now reads; release() hands over the text itself,
-    // closing the gaps in place, and leaves this object empty.
-    std::string str() const;
+    // The text as it now reads: hands over the text itself, closing the gaps
+    // in place, and leaves this object empty.
     std::string release();
 
 private:

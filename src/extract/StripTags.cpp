@@ -69,42 +69,51 @@ bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks) {
 
 namespace {
 
-// Removes every `piece` (left to right, not across a place where one was
-// removed, as a replace-all does) in place.
-void RemoveAll(std::string& text, std::string_view piece) {
-    char* data = text.data();
-    const size_t n = text.size();
-    size_t write = 0;
-    size_t read = 0;
-    for (;;) {
-        // Found by its first two characters, then checked whole.
-        size_t at = read;
-        for (;; ++at) {
-            at = bytesearch::FindPair(data, n, at, piece[0], false, piece[1], false);
-            if (at >= n || (n - at >= piece.size() &&
-                            std::memcmp(data + at, piece.data(), piece.size()) == 0)) {
-                break;
-            }
+// The first "amp" at or after `from` in p[0, n), or n.
+size_t FindAmp(const char* p, size_t n, size_t from) {
+    for (size_t at = from;; ++at) {
+        at = bytesearch::FindPair(p, n, at, 'a', false, 'm', false);
+        if (at >= n || (n - at >= 3 && p[at + 2] == 'p')) {
+            return std::min(at, n);
         }
-        at = std::min(at, n);
-        if (write != read) {
-            std::memmove(data + write, data + read, at - read);
-        }
-        write += at - read;
-        if (at == n) {
-            break;
-        }
-        read = at + piece.size();
     }
-    text.resize(write);
 }
 
 // Turns "&", "," and ";" into spaces, then removes every "amp", then every
-// "nbsp", in place.
+// "nbsp", each left to right as a replace-all does, in one pass in place:
+// the text between two "amp" is copied down, then searched for "nbsp" where
+// it was written. A "nbsp" that removing an "amp" joins together counts (the
+// second removal reads what the first leaves), but none that starts before
+// the place where the last "nbsp" was taken out ("nbnbspsp" keeps one).
 void RemoveEntities(std::string& text) {
     bytesearch::ReplaceBytes(text.data(), text.size(), "&,;", ' ');
-    RemoveAll(text, "amp");
-    RemoveAll(text, "nbsp");
+    char* data = text.data();
+    const size_t n = text.size();
+    size_t write = 0;
+    size_t barrier = 0;  // no "nbsp" may start before this
+    for (size_t read = 0; read <= n;) {
+        const size_t amp = FindAmp(data, n, read);
+        const size_t written = write;
+        if (write != read) {
+            std::memmove(data + write, data + read, amp - read);
+        }
+        write += amp - read;
+        for (size_t at = std::max(barrier, written < 3 ? 0 : written - 3);;) {
+            at = bytesearch::FindPair(data, write, at, 'n', false, 'b', false);
+            if (at >= write) {
+                break;
+            }
+            if (write - at >= 4 && data[at + 2] == 's' && data[at + 3] == 'p') {
+                std::memmove(data + at, data + at + 4, write - at - 4);
+                write -= 4;
+                barrier = at;
+            } else {
+                ++at;
+            }
+        }
+        read = amp + 3;
+    }
+    text.resize(write);
 }
 
 // Replaces every "<P>", then "</P>", "<BR>", "<TR>" and "</TR>" (ignoring
@@ -154,9 +163,9 @@ void KeepLineBreaks(std::string& text) {
 void ScanEngine::StripTags() {
     LoadProgress();
     const AtExit show([this] { ShowProgress(); });
-    // The steps append a space first. No mark and no removed piece can take
-    // in the last character, so it is appended at the end instead, where the
-    // text has usually shrunk and has room for it.
+    // Stripping appends a space to the text first. No mark and no removed
+    // piece can take in the last character, so the space is appended at the
+    // end instead, where the text has usually shrunk and has room for it.
     const AtExit appendSpace([this] { strScanText += ' '; });
     if (chkStrip) {
         // The stripped output keeps its paragraphs, line breaks and table rows.

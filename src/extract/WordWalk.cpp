@@ -6,6 +6,12 @@
 
 using textops::ReplaceAll;
 
+namespace {
+
+constexpr size_t kWorkBetweenChecks = size_t{64} << 20;
+
+}  // namespace
+
 const std::string& WordWalk::front() {
     while (front_.empty() && !ended_) {
         std::string piece;
@@ -24,13 +30,21 @@ void WordWalk::remove(const std::string& word) {
     ReplaceAll(front_, word, "");
 }
 
-std::string WordWalk::removeFrom(std::string piece, size_t first) const {
+std::string WordWalk::removeFrom(std::string piece, size_t first) {
     for (size_t next = first; next < removed_.size() && !piece.empty();) {
         const size_t length = piece.size();
         if (length * (length + 1) / 2 >= removed_.size() - next) {
             // Few removals left: try each in turn.
             for (; next < removed_.size() && !piece.empty(); ++next) {
                 ReplaceAll(piece, removed_[next], "");
+                work_ += piece.size();
+                if (work_ > kWorkBetweenChecks) {
+                    work_ = 0;
+                    if (interrupted_ && interrupted_()) {
+                        ended_ = true;
+                        return {};
+                    }
+                }
             }
             break;
         }

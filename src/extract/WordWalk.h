@@ -17,7 +17,12 @@ public:
     // Gives the next space-ended piece of the rest; false at the end (a last
     // piece with no space after it is never a word).
     using Pieces = std::function<bool(std::string&)>;
-    explicit WordWalk(Pieces next) : next_(std::move(next)) {}
+    // `interrupted` is asked now and then while a long piece has many
+    // removals applied to it at once (work that removing each word from the
+    // whole rest would spread over many words); when it says yes, the walk
+    // ends there.
+    WordWalk(Pieces next, std::function<bool()> interrupted)
+        : next_(std::move(next)), interrupted_(std::move(interrupted)) {}
 
     // The word at the front of the rest; "" when no word is left.
     const std::string& front();
@@ -31,9 +36,11 @@ private:
     };
 
     // `piece` with the removals from the `first`-th on applied in order.
-    std::string removeFrom(std::string piece, size_t first) const;
+    std::string removeFrom(std::string piece, size_t first);
 
     Pieces next_;
+    std::function<bool()> interrupted_;
+    size_t work_ = 0;  // bytes searched since `interrupted` was last asked
     std::string front_;
     bool ended_ = false;
     std::vector<std::string> removed_;

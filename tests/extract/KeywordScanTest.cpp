@@ -136,6 +136,21 @@ TEST(KeywordScannerCancel, LongWalkStopsAtItsYield) {
     }
 }
 
+// Reading a long piece after many words means looking for every one of them
+// in it: that work also lets Cancel in, every 64 MB of it.
+TEST(KeywordScannerCancel, LongPieceAfterManyWordsStopsAtItsYield) {
+    std::string text = "k";
+    for (int i = 1; i <= 2000; ++i) {
+        text += " w" + std::to_string(i) + "x";
+    }
+    text += " " + std::string(100000, 'z') + " tail ";
+    EngineRig rig(text);
+    rig.cancelAt(2000 / ScanEngine::kWalkYieldEvery + 1);
+    EXPECT_EQ(rig.engine.GetKeywordText({"k", "1, 2001, 2002"}), "w1x");
+    EXPECT_EQ(rig.pump.count, 2000 / ScanEngine::kWalkYieldEvery + 1);
+    EXPECT_EQ(rig.engine.intCancel, 1);
+}
+
 TEST(KeywordScannerRobustness, LongTextWithoutSpacesAndHugePositionsFinishQuickly) {
     const auto start = std::chrono::steady_clock::now();
     EngineRig rig("k " + std::string(1 << 20, 'x'));

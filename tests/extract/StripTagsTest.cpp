@@ -37,6 +37,11 @@ INSTANTIATE_TEST_SUITE_P(
         StripCase{"OpenBracketWithCloseOnlyBefore", "> a < b", false, "> a < b "},
         StripCase{"CloseBeforeTag", "a > b <i> c", false, "a > b   c "},
         StripCase{"Entities", "sample &amp; example", false, "sle    exle "},
+        // Each removal reads what the one before leaves, left to right,
+        // without looking again where it just took something out.
+        StripCase{"NbspJoinedByAmpRemovalGoes", "a nbampsp b", false, "a  b "},
+        StripCase{"NbspJoinedByNbspRemovalStays", "nbnbspsp", false, "nbsp "},
+        StripCase{"AmpJoinedByAmpRemovalStays", "amampp", false, "amp "},
         StripCase{"QuotEntityLeavesWord", "&quot;hi&quot;", false, " quot hi quot  "},
         StripCase{"LineTagsBecomeLineBreaks", "<p>x<BR>y</Tr>z", true, "\r\nx\r\ny\r\nz "},
         StripCase{"LineTagsAreSpacesWithoutStrip", "<p>x<BR>y", false, " x y "},

@@ -12,8 +12,8 @@ class EventPump;
 class ProgressBar;
 class ResultTable;
 
-// The extraction engine as it was before it was made linear: every step
-// rebuilds or searches the whole text, exactly as the steps read. Tests run
+// The extraction engine as it was before it was made linear: every scan,
+// replacement and removal rebuilds or searches the whole text. Tests run
 // ScanEngine against it on generated inputs; it is not part of the program.
 class ReferenceEngine {
 public:

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+// A set of pieces of text (views), with a quick hash for short pieces.
+class PieceSet {
+public:
+    bool contains(std::string_view piece) const;
+    void insert(std::string_view piece);
+
+private:
+    struct Slot {
+        const char* data = nullptr;
+        uint32_t size = 0;
+        uint32_t hash = 0;
+    };
+    static uint64_t Hash(std::string_view piece);
+    std::vector<Slot> slots_ = std::vector<Slot>(64);
+    size_t used_ = 0;
+};
