@@ -1,7 +1,10 @@
 // Throughput of the extraction engine on one big file's text, as a run does
 // it: StripTags and then the recording, on generated HTML and plain text.
 //
-// Usage: gleanmark-bench [size-in-MB ...]   (default 1 10 100)
+// Usage: gleanmark-bench [size-in-MB ...] [html|text ...] [addresses|keywords|strip ...]
+//                        [linear]
+// Sizes default to 1 10 100; naming inputs or workloads measures only those,
+// and "linear" leaves the reference engine out.
 //
 // Workloads: "addresses" records Email, WebSite, MailTo, FileName and
 // ProcessTime; "keywords" records three keyword columns with FileName and
@@ -150,30 +153,56 @@ void Print(const Input& input, Workload workload, const char* engine, const Resu
 
 int main(int argc, char** argv) {
     std::vector<double> sizes;
+    std::vector<std::string> inputs;
+    std::vector<std::string> workloads;
+    bool reference = true;
     for (int i = 1; i < argc; ++i) {
-        const double mb = std::atof(argv[i]);
-        if (mb <= 0) {
-            std::fprintf(stderr, "usage: %s [size-in-MB ...]\n", argv[0]);
+        const std::string arg = argv[i];
+        if (arg == "linear") {
+            reference = false;
+        } else if (arg == "html" || arg == "text") {
+            inputs.push_back(arg);
+        } else if (arg == "addresses" || arg == "keywords" || arg == "strip") {
+            workloads.push_back(arg);
+        } else if (const double mb = std::atof(argv[i]); mb > 0) {
+            sizes.push_back(mb);
+        } else {
+            std::fprintf(stderr,
+                         "usage: %s [size-in-MB ...] [html|text ...] "
+                         "[addresses|keywords|strip ...] [linear]\n",
+                         argv[0]);
             return 2;
         }
-        sizes.push_back(mb);
     }
     if (sizes.empty()) {
         sizes = {1, 10, 100};
     }
+    // An empty list names them all.
+    const auto chosen = [](const std::vector<std::string>& list, const char* name) {
+        return list.empty() || std::find(list.begin(), list.end(), name) != list.end();
+    };
     std::printf("%-5s %-10s %-10s %8s %9s %9s %8s %8s\n", "input", "workload", "engine", "MB",
                 "seconds", "MB/s", "rows", "peak MB");
     for (const Input& input : kInputs) {
+        if (!chosen(inputs, input.name)) {
+            continue;
+        }
         for (Workload workload : {Workload::Addresses, Workload::Keywords, Workload::Strip}) {
+            const char* workloadName = kWorkloadNames[static_cast<int>(workload)];
+            if (!chosen(workloads, workloadName)) {
+                continue;
+            }
             std::vector<Result> results;
             for (double mb : sizes) {
                 results.push_back(InChild(input, workload, mb, false));
                 Print(input, workload, "linear", results.back());
             }
-            Print(input, workload, "reference", InChild(input, workload, 1, true));
+            if (reference) {
+                Print(input, workload, "reference", InChild(input, workload, 1, true));
+            }
             for (size_t i = 1; i < results.size(); ++i) {
                 std::printf("%-5s %-10s growth %g MB -> %g MB: time x %.1f\n", input.name,
-                            kWorkloadNames[static_cast<int>(workload)], sizes[i - 1], sizes[i],
+                            workloadName, sizes[i - 1], sizes[i],
                             results[i].seconds / results[i - 1].seconds);
             }
         }

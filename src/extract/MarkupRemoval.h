@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "BigMemory.h"
 #include "PieceSet.h"
 
 // One of the removal loops of StripTags. Each pass takes the first opening
@@ -127,7 +128,7 @@ private:
 
     std::string text_;
     Marks marks_;
-    std::vector<Segment> segments_;
+    std::vector<Segment, bigmemory::Allocator<Segment>> segments_;
     size_t finalFirstOpen_ = SIZE_MAX;  // first opening mark after the last close
     size_t cursor_ = 0;
     PieceSet seen_;                        // one-mark pieces removed so far

@@ -280,7 +280,7 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
         for (size_t c = 0; c < rstWF.columnCount(); ++c) {
             // A value counts once it has been assigned at all, even when it
             // is empty.
-            if (rstWF.cell(row, c).has_value()) {
+            if (rstWF.assigned(row, c)) {
                 allEmpty = false;
             }
         }

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "BigMemory.h"
+
 // The text of one file while the scanners take it apart. Characters that are
 // taken out are only marked, so taking some out costs nothing however long
 // the text is; positions are those of the text as it came in and stay valid.
@@ -47,7 +49,9 @@ private:
     void mark(size_t i);
 
     std::string text_;
-    std::vector<uint64_t> taken_;   // one bit per character
-    std::vector<uint64_t> full_;    // one bit per word of taken_ that is all taken
-    std::vector<uint32_t> counts_;  // taken characters per block, as a Fenwick tree
+    template <class T>
+    using Big = std::vector<T, bigmemory::Allocator<T>>;
+    Big<uint64_t> taken_;   // one bit per character
+    Big<uint64_t> full_;    // one bit per word of taken_ that is all taken
+    Big<uint32_t> counts_;  // taken characters per block, as a Fenwick tree
 };

@@ -13,7 +13,7 @@ namespace {
 std::string GroupKey(const ResultTable& table, size_t row) {
     std::string key;
     for (size_t col = 0; col < 3 && col < table.columnCount(); ++col) {
-        const std::string value = table.value(row, col);
+        const std::string_view value = table.text(row, col);
         key += std::to_string(value.size());
         key += ':';
         key += value;
@@ -42,27 +42,7 @@ void DeleteRepeatedRecords(ResultTable& table, size_t noColumn) {
     if (!anyDeleted) {
         return;
     }
-    // Rebuild the table from the kept rows: deleting rows one by one from
-    // the middle would move the rest of the table for every deletion.
-    std::vector<std::vector<ResultTable::Cell>> kept;
-    kept.reserve(rows);
-    for (size_t row = 0; row < rows; ++row) {
-        if (keep[row]) {
-            std::vector<ResultTable::Cell> cells;
-            cells.reserve(table.columnCount());
-            for (size_t col = 0; col < table.columnCount(); ++col) {
-                cells.push_back(table.cell(row, col));
-            }
-            kept.push_back(std::move(cells));
-        }
-    }
-    table.clearRows();
-    for (const auto& cells : kept) {
-        const size_t row = table.addRow();
-        for (size_t col = 0; col < cells.size(); ++col) {
-            if (cells[col]) {
-                table.setValue(row, col, *cells[col]);
-            }
-        }
-    }
+    // Deleting rows one by one from the middle would move the rest of the
+    // table for every deletion: the kept rows close up in one go.
+    table.keepRows(keep);
 }

@@ -27,7 +27,7 @@ void clsWF::WriteToFile(const std::string& strResultFile, EventPump& pump) const
         }
         std::string line;
         for (size_t col = 0; col < table.columnCount(); ++col) {
-            line += table.value(row, col);
+            line += table.text(row, col);
             line += '\t';
         }
         if (!line.empty()) {

@@ -121,7 +121,8 @@ Outcome RunEngine(const GeneratedRun& run) {
     for (size_t r = 0; r < table.rowCount(); ++r) {
         out.rows.emplace_back();
         for (size_t c = 0; c < table.columnCount(); ++c) {
-            out.rows.back().push_back(table.cell(r, c) ? "=" + *table.cell(r, c) : "unset");
+            out.rows.back().push_back(table.cell(r, c) ? "=" + std::string(*table.cell(r, c))
+                                                       : "unset");
         }
     }
     out.arrKeyNames = engine.arrKeyNames;

@@ -28,7 +28,7 @@ Rows RowsOf(const ResultTable& table) {
     Rows rows(table.rowCount());
     for (size_t r = 0; r < table.rowCount(); ++r) {
         for (size_t c = 0; c < table.columnCount(); ++c) {
-            rows[r].push_back(table.cell(r, c).value_or(kUnset));
+            rows[r].emplace_back(table.cell(r, c).value_or(kUnset));
         }
     }
     return rows;

@@ -23,7 +23,7 @@ Table CellsOf(const ResultTable& t) {
 }
 
 std::string Text(const ResultTable::Cell& cell) {
-    return cell.value_or(std::string());
+    return std::string(cell.value_or(std::string_view()));
 }
 
 // The rule taken word for word: for each remaining record in order, delete

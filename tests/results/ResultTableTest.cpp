@@ -42,6 +42,80 @@ TEST(ResultTableValues, UnassignedDiffersFromAssignedEmpty) {
     EXPECT_EQ(t.value(r, 0), "");
 }
 
+// The rows as "value|value" lines, "-" for an unassigned cell.
+std::vector<std::string> Rows(const ResultTable& t) {
+    std::vector<std::string> out;
+    for (size_t r = 0; r < t.rowCount(); ++r) {
+        std::string line;
+        for (size_t c = 0; c < t.columnCount(); ++c) {
+            line += (c > 0 ? "|" : "") + std::string(t.cell(r, c).value_or("-"));
+        }
+        out.push_back(line);
+    }
+    return out;
+}
+
+// Rows share their texts' storage: every way of changing rows must leave the
+// other rows' texts as they were.
+TEST(ResultTableRows, ChangesKeepEveryOtherRowsTexts) {
+    struct Case {
+        const char* name;
+        void (*change)(ResultTable&);
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"same text in a column, one cell changed",
+         [](ResultTable& t) { t.setValue(1, 1, "other"); },
+         {"a0|same", "a1|other", "a2|same"}},
+        {"a row deleted from the middle",
+         [](ResultTable& t) { t.deleteRow(1); },
+         {"a0|same", "a2|same"}},
+        {"rows kept",
+         [](ResultTable& t) {
+             t.keepRows({false, true, true});
+         },
+         {"a1|same", "a2|same"}},
+        {"a column appended",
+         [](ResultTable& t) { t.appendColumn("C"); },
+         {"a0|same|-", "a1|same|-", "a2|same|-"}},
+        {"cleared and refilled",
+         [](ResultTable& t) {
+             t.clearRows();
+             t.setValue(t.addRow(), 1, "same");
+         },
+         {"-|same"}},
+    };
+    for (const Case& c : cases) {
+        ResultTable t;
+        t.appendColumn("A");
+        t.appendColumn("B");
+        for (int i = 0; i < 3; ++i) {
+            const size_t r = t.addRow();
+            t.setValue(r, 0, "a" + std::to_string(i));
+            t.setValue(r, 1, "same");
+        }
+        c.change(t);
+        EXPECT_EQ(Rows(t), c.expected) << c.name;
+    }
+}
+
+TEST(ResultTableRows, ManyRowsKeepTheirTextsAcrossStorageBlocks) {
+    ResultTable t;
+    t.appendColumn("Email");
+    constexpr size_t kRows = 50000;  // several megabytes of text
+    for (size_t i = 0; i < kRows; ++i) {
+        t.setValue(t.addRow(), 0, std::string(60, 'x') + std::to_string(i));
+    }
+    t.sortBy(0);  // "x...0", "x...1", "x...10", ...
+    EXPECT_EQ(t.value(0, 0), std::string(60, 'x') + "0");
+    EXPECT_EQ(t.value(2, 0), std::string(60, 'x') + "10");
+    size_t total = 0;
+    for (size_t r = 0; r < t.rowCount(); ++r) {
+        total += t.text(r, 0).size();
+    }
+    EXPECT_EQ(total, kRows * 60 + 238890);  // digits of 0..49999
+}
+
 TEST(ResultTableSort, AscendingStableIgnoringCase) {
     ResultTable t;
     t.appendColumn("Email");
