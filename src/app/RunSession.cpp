@@ -51,9 +51,12 @@ bool CopyResult(const std::string& from, const std::string& output, QString& err
         error = in.errorString();
         return false;
     }
+    // In pieces: a result of many rows need not be held in memory at once.
+    constexpr qint64 kPiece = 1 << 20;
     if (output == "-") {
-        const QByteArray bytes = in.readAll();
-        std::cout.write(bytes.constData(), bytes.size());
+        for (QByteArray piece = in.read(kPiece); !piece.isEmpty(); piece = in.read(kPiece)) {
+            std::cout.write(piece.constData(), piece.size());
+        }
         std::cout.flush();
         return true;
     }
@@ -62,7 +65,11 @@ bool CopyResult(const std::string& from, const std::string& output, QString& err
         error = out.errorString();
         return false;
     }
-    out.write(in.readAll());
+    for (QByteArray piece = in.read(kPiece); !piece.isEmpty(); piece = in.read(kPiece)) {
+        if (out.write(piece) != piece.size()) {
+            break;  // commit() reports the error
+        }
+    }
     if (!out.commit()) {
         error = out.errorString();
         return false;

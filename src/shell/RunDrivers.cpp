@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "BigMemory.h"
 #include "EventPump.h"
 #include "FileListing.h"
 #include "MailList.h"
@@ -112,17 +113,28 @@ MainForm::FileText MainForm::readFile(const std::string& path, const FrameWordin
     }
     std::string& text = engine_.strScanText;
     text.clear();
-    text.reserve(static_cast<size_t>(ec ? 0 : std::min<uintmax_t>(size, kMaxText)));
-    char buffer[1 << 16];
-    size_t n;
+    // The file is read straight into the text, with room for the space the
+    // engine appends; a big text gets huge pages before it is first written.
+    const size_t expected = static_cast<size_t>(ec ? 0 : std::min<uintmax_t>(size, kMaxText));
+    if (text.capacity() < expected + 1) {
+        text.reserve(expected + 1);
+        bigmemory::PreferHugePages(text.data(), text.capacity());
+    }
+    text.resize(expected);
+    text.resize(std::fread(text.data(), 1, expected, f));
     bool truncated = false;
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) {
-        if (text.size() + n > kMaxText) {
-            text.append(buffer, kMaxText - text.size());
-            truncated = true;
-            break;
+    if (text.size() == expected) {
+        // More may follow: the file grew, or its size was not known.
+        char buffer[1 << 16];
+        size_t n;
+        while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) {
+            if (text.size() + n > kMaxText) {
+                text.append(buffer, kMaxText - text.size());
+                truncated = true;
+                break;
+            }
+            text.append(buffer, n);
         }
-        text.append(buffer, n);
     }
     const bool failed = std::ferror(f) != 0;
     std::fclose(f);
