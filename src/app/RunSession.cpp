@@ -103,6 +103,9 @@ RunSession::RunSession(const RunOptions& options)
     : options_(options),
       resultFile_(QDir(temp_.path()).filePath("results.txt").toStdString()),
       desktop_(std::make_unique<Desktop>()) {
+    // A folder run makes that folder the working one: a relative result path
+    // means the folder the command was given in.
+    outputPath_ = options_.output == "-" ? options_.output : Absolute(options_.output);
     const std::string stripDir = Absolute(options_.strip.value_or(""));
     if (!stripDir.empty()) {
         // The window's chooser offers existing folders only; here the folder
@@ -234,7 +237,7 @@ int RunSession::finish() {
     std::error_code ec;
     if (fs::exists(resultFile_, ec)) {
         QString error;
-        if (!CopyResult(resultFile_, options_.output, error)) {
+        if (!CopyResult(resultFile_, outputPath_, error)) {
             std::cerr << "gleanmark: the result file '" << options_.output
                       << "' can not be written: " << error.toStdString() << '\n';
             return exitstatus::kUnwritable;

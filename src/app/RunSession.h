@@ -48,6 +48,7 @@ public:
 private:
     RunOptions options_;
     QTemporaryDir temp_;
+    std::string outputPath_;  // -o made absolute, or "-"
     std::string resultFile_;  // where the run's own save goes; copied out at the end
     std::unique_ptr<CliPrompts> prompts_;
     int16_t* cancel_ = nullptr;  // the form's cancel flag, once the form exists

@@ -7,9 +7,13 @@
 
 using textops::FoldAscii;
 
-MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks)
+MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks, bool mayHoldMarks)
     : text_(std::move(text)), marks_(marks) {
-    scanMarks();
+    // Without opening marks no pass removes anything, whatever closing marks
+    // there are: the first pass ends the loop.
+    if (mayHoldMarks) {
+        scanMarks();
+    }
 }
 
 bool MarkupRemoval::openAt(size_t i) const {

@@ -38,7 +38,9 @@ public:
     };
     enum class Pass { Removed, Done, Endless };
 
-    MarkupRemoval(std::string text, const Marks& marks);
+    // `mayHoldMarks` false says that the text holds no "<", so that no
+    // opening mark need be looked for.
+    MarkupRemoval(std::string text, const Marks& marks, bool mayHoldMarks = true);
 
     // One pass of the loop.
     Pass next();

@@ -118,18 +118,29 @@ bool ScanEngine::StoreScanned(Recording& r, size_t column, const std::string& va
 
 // Fills an "Email", "WebSite" or "MailTo" column from its scanner (other
 // columns are left alone); false when the run was cancelled.
-bool ScanEngine::StoreAddress(Recording& r, size_t column, const std::string& name) {
-    if (name == "Email") {
-        return StoreScanned(r, column, ScanAtSign(r.state));
-    }
-    if (name == "WebSite") {
-        return StoreScanned(r, column, ScanWebSite(r.state, r.web));
-    }
-    if (name == "MailTo") {
-        ReplaceMailToMarks(r.state);
-        return StoreScanned(r, column, ScanAtSign(r.state));
+bool ScanEngine::StoreAddress(Recording& r, size_t column, AddressKind kind) {
+    switch (kind) {
+        case AddressKind::Email:
+            return StoreScanned(r, column, ScanAtSign(r.state));
+        case AddressKind::WebSite:
+            return StoreScanned(r, column, ScanWebSite(r.state, r.web));
+        case AddressKind::MailTo:
+            ReplaceMailToMarks(r.state);
+            return StoreScanned(r, column, ScanAtSign(r.state));
+        case AddressKind::None:
+            break;
     }
     return true;
+}
+
+ScanEngine::AddressKind ScanEngine::AddressKindOf(const std::string& column) {
+    if (column == "Email") {
+        return AddressKind::Email;
+    }
+    if (column == "WebSite") {
+        return AddressKind::WebSite;
+    }
+    return column == "MailTo" ? AddressKind::MailTo : AddressKind::None;
 }
 
 // One row per pass: the next address of each kind and the next text of each
@@ -164,6 +175,22 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
             }
         }
     }
+    // What each column does, decided once for all passes.
+    struct ColumnWork {
+        AddressKind address;
+        const std::vector<size_t>* keywords;  // the records named like the column
+        bool putTime;
+        bool putFile;
+    };
+    std::vector<ColumnWork> work;
+    work.reserve(arrColumns.size());
+    for (const std::string& column : arrColumns) {
+        // Crossed on purpose: the "FileName" box fills the process time
+        // and the "ProcessTime" box fills the file name.
+        work.push_back({AddressKindOf(column),
+                        intUseKeyword == 1 ? &keywordsByName[column] : nullptr,
+                        chkFileName && column == "ProcessTime", chkTime && column == "FileName"});
+    }
     bool endless = false;
     r.remaining = RowCountdown(arrColumns);
     while (r.remaining > 0) {
@@ -177,14 +204,14 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
             r.row = rstWF.addRow();
         }
         const size_t changes = r.state.changes();
-        for (size_t j = 0; j < arrColumns.size(); ++j) {
+        for (size_t j = 0; j < work.size(); ++j) {
             Yield();
-            const std::string& column = arrColumns[j];
-            if (!StoreAddress(r, j, column)) {
+            const ColumnWork& w = work[j];
+            if (!StoreAddress(r, j, w.address)) {
                 return;
             }
-            if (intUseKeyword == 1) {
-                for (size_t k : keywordsByName[column]) {
+            if (w.keywords != nullptr) {
+                for (size_t k : *w.keywords) {
                     const KeywordRecord& keyword = rstKeyWord[k];
                     if (!StoreScanned(
                             r, j, ScanKeyword(r.state, keyword, false, r.keyword(keyword.Name)))) {
@@ -192,12 +219,10 @@ void ScanEngine::RecordFileResults(const std::vector<std::string>& arrColumns, R
                     }
                 }
             }
-            // Crossed on purpose: the "FileName" box fills the process time
-            // and the "ProcessTime" box fills the file name.
-            if (chkFileName && column == "ProcessTime") {
+            if (w.putTime) {
                 Put(rstWF, r.row, j, ProcessTime());
             }
-            if (chkTime && column == "FileName") {
+            if (w.putFile) {
                 Put(rstWF, r.row, j, strCurFile);
             }
         }
@@ -240,7 +265,7 @@ void ScanEngine::RecordKeywordResults(const std::vector<std::string>& arrColumns
     for (size_t j = 0; j < arrColumns.size(); ++j) {
         Yield();
         const std::string& column = arrColumns[j];
-        if (!StoreAddress(r, j, column)) {
+        if (!StoreAddress(r, j, AddressKindOf(column))) {
             return;
         }
         if (!namesAdded) {

@@ -55,10 +55,12 @@ void ScanEngine::Yield() {
 // space. Without a space in front, the local part and the "@" are lost and
 // only the domain part is returned. Only the "@" itself is then taken out of
 // the text, so the next call finds the next "@".
-std::string ScanEngine::ScanAtSign(ScanState& state) {
+const std::string& ScanEngine::ScanAtSign(ScanState& state) {
+    std::string& result = scanned_;
+    result.clear();
     const size_t at = state.firstAt();
     if (at == ScanState::npos) {
-        return {};
+        return result;
     }
     const ScanText& text = state.text;
     const size_t spaceBefore = state.spaceBefore(at, state.atSpaces);
@@ -68,11 +70,8 @@ std::string ScanEngine::ScanAtSign(ScanState& state) {
         throw InvalidArgumentError();
     }
     SetScanPos(text.keptBetween(at + 1, spaceAfter));
-    std::string result;
-    for (size_t i = text.nextKept(spaceBefore == ScanState::npos ? at + 1 : spaceBefore + 1);
-         i < spaceAfter && result.size() < kAddressCap; i = text.nextKept(i + 1)) {
-        result += text.at(i);
-    }
+    text.appendKept(result, spaceBefore == ScanState::npos ? at + 1 : spaceBefore + 1, spaceAfter,
+                    kAddressCap);
     Yield();
     state.take(at, 1);
     return result;
@@ -89,13 +88,15 @@ void ScanEngine::ReplaceMailToMarks(ScanState& state) {
 // The address around the first "://": the scheme word after the last space
 // in front of it, and everything from the "://" up to the next space. A text
 // with no space in front of the "://" is an invalid argument.
-std::string ScanEngine::ScanWebSite(ScanState& state, TextMarker* marker) {
+const std::string& ScanEngine::ScanWebSite(ScanState& state, TextMarker* marker) {
+    std::string& result = scanned_;
+    result.clear();
     if (state.mailToMarksReplaced()) {
-        return {};
+        return result;
     }
     const size_t at = marker != nullptr ? state.find(*marker) : state.findFromStart("://", false);
     if (at == ScanState::npos) {
-        return {};
+        return result;
     }
     const ScanText& text = state.text;
     const size_t spaceBefore = state.spaceBefore(at, state.webSpaces);
@@ -106,10 +107,7 @@ std::string ScanEngine::ScanWebSite(ScanState& state, TextMarker* marker) {
         throw InvalidArgumentError();
     }
     SetScanPos(text.keptBetween(at, spaceAfter));
-    std::string result;
-    for (size_t i = text.nextKept(spaceBefore + 1); i < spaceAfter; i = text.nextKept(i + 1)) {
-        result += text.at(i);
-    }
+    text.appendKept(result, spaceBefore + 1, spaceAfter, ScanText::npos);
     Yield();
     state.take(at, 3);
     return result;

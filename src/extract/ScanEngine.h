@@ -87,8 +87,9 @@ private:
     struct Recording;
 
     // The scanners on a file's text. ScanWebSite follows `marker` when given.
-    std::string ScanAtSign(ScanState& state);
-    std::string ScanWebSite(ScanState& state, TextMarker* marker);
+    // Both return the address in scanned_, valid until the next scan.
+    const std::string& ScanAtSign(ScanState& state);
+    const std::string& ScanWebSite(ScanState& state, TextMarker* marker);
     void ReplaceMailToMarks(ScanState& state);
     // The shared body of both keyword scanners; `cutAtNames` selects the
     // second one. It follows `marker` when given, else searches from the start.
@@ -108,7 +109,9 @@ private:
     // Stores one scanner value in the row and does what follows every
     // scanner value: the progress step, the count-down of the row's
     // `remaining` when the value is empty. False when the run was cancelled.
-    bool StoreAddress(Recording& r, size_t column, const std::string& name);
+    enum class AddressKind { None, Email, WebSite, MailTo };
+    static AddressKind AddressKindOf(const std::string& column);
+    bool StoreAddress(Recording& r, size_t column, AddressKind kind);
     bool StoreScanned(Recording& r, size_t column, const std::string& value);
     // Moves the progress bar a tenth of the way that is left to `end`. The
     // value is kept here and shown at the next yield, which is when anyone
@@ -120,12 +123,13 @@ private:
     void LoadProgress();
     void ShowProgress();
     // One removal loop of StripTags; false when cancelled.
-    bool RemoveMarkup(const MarkupRemoval::Marks& marks);
+    bool RemoveMarkup(const MarkupRemoval::Marks& marks, bool mayHoldMarks);
     void SetScanPos(size_t zeroBasedPosition);
 
     EventPump& pump_;
     ProgressBar& progress_;
     Clock& clock_;
+    std::string scanned_;
     float progressValue_ = 0;
     bool progressShown_ = true;
     std::string processTime_;

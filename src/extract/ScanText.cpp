@@ -166,6 +166,24 @@ bool ScanText::keptRun(size_t from, size_t count) const {
     return true;
 }
 
+void ScanText::appendKept(std::string& out, size_t from, size_t to, size_t limit) const {
+    for (size_t i = nextKept(from); i < to && out.size() < limit;) {
+        // The run of kept characters from i on ends at the next taken one,
+        // or at `to`.
+        size_t w = i >> 6;
+        const size_t lastWord = (to - 1) >> 6;
+        uint64_t stop = taken_[w] & (~0ull << (i & 63));
+        while (stop == 0 && w < lastWord) {
+            stop = taken_[++w];
+        }
+        size_t end =
+            stop == 0 ? to : std::min(to, (w << 6) + static_cast<size_t>(std::countr_zero(stop)));
+        end = i + std::min(end - i, limit - out.size());
+        out.append(text_, i, end - i);
+        i = nextKept(end);
+    }
+}
+
 void ScanText::replaceWithSpaces(std::string_view marks) {
     bytesearch::ReplaceBytes(text_.data(), text_.size(), marks, ' ');
 }

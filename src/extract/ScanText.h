@@ -38,6 +38,10 @@ public:
     // Whether the `count` characters from `from` on are all still in the text.
     bool keptRun(size_t from, size_t count) const;
 
+    // Appends the characters still in the text in [from, to) to `out` while
+    // it is shorter than `limit`.
+    void appendKept(std::string& out, size_t from, size_t to, size_t limit) const;
+
     // Every character of `marks` becomes a space.
     void replaceWithSpaces(std::string_view marks);
 

@@ -25,8 +25,8 @@ const Marks kTags{"<", ">", false, true, false};
 // loop a progress step after each. A piece of no length in a block loop would
 // be removed again and again for ever: the loop then only yields until Cancel.
 // False when cancelled.
-bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks) {
-    MarkupRemoval removal(std::move(strScanText), marks);
+bool ScanEngine::RemoveMarkup(const MarkupRemoval::Marks& marks, bool mayHoldMarks) {
+    MarkupRemoval removal(std::move(strScanText), marks, mayHoldMarks);
     const AtExit putBack([&] {
         strScanText = removal.release();
         // The block loops leave where they last found an opening mark.
@@ -171,7 +171,11 @@ void ScanEngine::StripTags() {
         // The stripped output keeps its paragraphs, line breaks and table rows.
         KeepLineBreaks(strScanText);
     }
-    if (!RemoveMarkup(kScripts) || !RemoveMarkup(kComments) || !RemoveMarkup(kTags)) {
+    // Every opening mark starts with "<", and removing mark-up brings in no
+    // new "<": a text without one (plain text) needs no search for marks.
+    const bool mayHoldMarks = strScanText.find('<') != std::string::npos;
+    if (!RemoveMarkup(kScripts, mayHoldMarks) || !RemoveMarkup(kComments, mayHoldMarks) ||
+        !RemoveMarkup(kTags, mayHoldMarks)) {
         return;
     }
     // Entities: "&amp;" and "&nbsp;" leave spaces only; "&quot;" leaves the

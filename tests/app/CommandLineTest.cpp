@@ -220,6 +220,20 @@ TEST(CommandLine, FolderRunWithSubFolders) {
     EXPECT_EQ(r.err, "");
 }
 
+// A folder run works inside the folder it processes; paths given relative
+// still mean the folder the command was started in.
+TEST(CommandLine, RelativePathsMeanTheStartingFolder) {
+    TempDir dir;
+    dir.write("pages/a.txt", "mail a@x.org\n");
+    dir.write("out/.keep", "");
+    Result r = Gleanmark({"--email", "--file-name", "--process-time", "--directory", "--ext", "txt",
+                          "pages", "-o", "out/r.txt"},
+                         dir.path());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(ReadBytes(dir.file("out/r.txt")).rfind("a@x.org\t\t", 0), 0u);
+    EXPECT_FALSE(std::filesystem::exists(dir.file("pages/out")));
+}
+
 TEST(CommandLine, KeywordAndMailRuns) {
     TempDir dir;
     const std::string keys = dir.write("keys.txt", " Name: \t1, 2\r\n");
