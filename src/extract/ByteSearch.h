@@ -67,6 +67,51 @@ inline size_t FindPair(const char* p, size_t n, size_t from, char first, bool fo
     return n;
 }
 
+// The first i in [from, n - 2) where p[i], p[i + 1] and p[i + 2] are the
+// three characters of `chars`, each compared folded when its flag in `fold`
+// says so (the character given in lower case then); n when there is none.
+// Three characters rule out far more places than two ("<sc" against "<s").
+inline size_t FindTriple(const char* p, size_t n, size_t from, const char (&chars)[3],
+                         const bool (&fold)[3]) {
+    const auto at = [&](size_t i) {
+        for (int k = 0; k < 3; ++k) {
+            if ((fold[k] ? Fold(p[i + k]) : p[i + k]) != chars[k]) {
+                return false;
+            }
+        }
+        return true;
+    };
+    size_t i = from;
+#if defined(__SSE2__)
+    __m128i want[3];
+    __m128i lower[3];
+    for (int k = 0; k < 3; ++k) {
+        want[k] = _mm_set1_epi8(chars[k]);
+        lower[k] = _mm_set1_epi8(fold[k] ? 0x20 : 0);
+    }
+    for (; i + 18 <= n; i += 16) {
+        __m128i hit = _mm_set1_epi8(-1);
+        for (int k = 0; k < 3; ++k) {
+            const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i + k));
+            hit = _mm_and_si128(hit, _mm_cmpeq_epi8(_mm_or_si128(x, lower[k]), want[k]));
+        }
+        for (uint32_t mask = static_cast<uint32_t>(_mm_movemask_epi8(hit)); mask != 0;
+             mask &= mask - 1) {
+            const size_t candidate = i + static_cast<size_t>(__builtin_ctz(mask));
+            if (at(candidate)) {
+                return candidate;
+            }
+        }
+    }
+#endif
+    for (; i + 2 < n; ++i) {
+        if (at(i)) {
+            return i;
+        }
+    }
+    return n;
+}
+
 // The first i in [from, n) where p[i] is `a` or `b`; n when there is none.
 inline size_t FindEither(const char* p, size_t n, size_t from, char a, char b) {
     size_t i = from;

@@ -71,20 +71,48 @@ void MarkupRemoval::scanMarks() {
         });
     } else {
         const size_t closeLength = marks_.close.size();
-        const char afterLt = FoldAscii(marks_.open[1]);
-        const char beforeGt = FoldAscii(marks_.close[closeLength - 2]);
+        const std::string_view openMark = marks_.open;
+        const std::string_view closeMark = marks_.close;
+        // Candidates by the first three characters of the opening mark and the
+        // last three of the closing one where the marks are that long ("<sc",
+        // "pt>"), else by two ("<!", "->"); the marks themselves decide.
+        // Letters compare folded.
+        const auto letter = [](char c) { return FoldAscii(c) >= 'a' && FoldAscii(c) <= 'z'; };
+        const bool longOpen = openMark.size() >= 3;
+        const bool longClose = closeLength >= 3;
+        const char openChars[3] = {'<', FoldAscii(openMark[1]),
+                                   longOpen ? FoldAscii(openMark[2]) : '\0'};
+        const bool openFold[3] = {false, letter(openMark[1]), longOpen && letter(openMark[2])};
+        const char closeChars[3] = {longClose ? FoldAscii(closeMark[closeLength - 3]) : '\0',
+                                    FoldAscii(closeMark[closeLength - 2]), '>'};
+        const bool closeFold[3] = {longClose && letter(closeMark[closeLength - 3]),
+                                   letter(closeMark[closeLength - 2]), false};
         const auto findOpen = [&](size_t from) {
             for (size_t i = from;; ++i) {
-                i = bytesearch::FindPair(text, n, i, '<', false, afterLt, true);
+                i = longOpen
+                        ? bytesearch::FindTriple(text, n, i, openChars, openFold)
+                        : bytesearch::FindPair(text, n, i, '<', false, openChars[1], openFold[1]);
                 if (i >= n || openAt(i)) {
                     return i;
                 }
             }
         };
-        // Where the next closing mark starts, looking from `from` on.
+        // Where the next closing mark starts, looking from `from` on: the
+        // character before its ">" stands at `from` or later.
         const auto findClose = [&](size_t from) {
+            if (longClose) {
+                for (size_t i = from == 0 ? 0 : from - 1;; ++i) {
+                    i = bytesearch::FindTriple(text, n, i, closeChars, closeFold);
+                    if (i >= n) {
+                        return n;
+                    }
+                    if (closeEndsAt(i + 2)) {
+                        return i + 3 - closeLength;
+                    }
+                }
+            }
             for (size_t i = from;; ++i) {
-                i = bytesearch::FindPair(text, n, i, beforeGt, true, '>', false);
+                i = bytesearch::FindPair(text, n, i, closeChars[1], closeFold[1], '>', false);
                 if (i >= n) {
                     return n;
                 }
@@ -255,12 +283,14 @@ MarkupRemoval::Pass MarkupRemoval::pass(size_t head) {
         segments_[head].setDead();
         passRemoved_.push_back({start, segmentEnd(head)});
     }
-    if (single && !seen_.contains(piece)) {
-        if (headSpecial != nullptr) {
+    if (single) {
+        if (headSpecial == nullptr) {
+            seen_.insert(piece);  // a view into the text
+        } else if (!seen_.contains(piece)) {
             ownedPieces_.push_back(std::move(owned));
             piece = ownedPieces_.back();
+            seen_.insert(piece);
         }
-        seen_.insert(piece);
     }
     for (const auto& [c, at] : copies) {
         followedAt(c).alive = false;

@@ -35,10 +35,7 @@ bool PieceSet::contains(std::string_view piece) const {
     }
 }
 
-void PieceSet::insert(std::string_view piece) {
-    if (contains(piece)) {
-        return;
-    }
+bool PieceSet::insert(std::string_view piece) {
     if (2 * (used_ + 1) > slots_.size()) {
         std::vector<Slot> old(slots_.size() * 2);
         old.swap(slots_);
@@ -49,12 +46,19 @@ void PieceSet::insert(std::string_view piece) {
             }
         }
     }
+    // One probe finds the piece or the free slot it goes into.
     const uint64_t hash = Hash(piece);
     const size_t mask = slots_.size() - 1;
-    size_t i = hash & mask;
-    while (slots_[i].data != nullptr) {
-        i = (i + 1) & mask;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        Slot& s = slots_[i];
+        if (s.data == nullptr) {
+            s = {piece.data(), static_cast<uint32_t>(piece.size()), static_cast<uint32_t>(hash)};
+            ++used_;
+            return true;
+        }
+        if (s.hash == static_cast<uint32_t>(hash) && s.size == piece.size() &&
+            std::memcmp(s.data, piece.data(), piece.size()) == 0) {
+            return false;
+        }
     }
-    slots_[i] = {piece.data(), static_cast<uint32_t>(piece.size()), static_cast<uint32_t>(hash)};
-    ++used_;
 }

@@ -8,7 +8,8 @@
 class PieceSet {
 public:
     bool contains(std::string_view piece) const;
-    void insert(std::string_view piece);
+    // Adds the piece unless the set holds it; true when added.
+    bool insert(std::string_view piece);
 
 private:
     struct Slot {

@@ -9,8 +9,6 @@
 #include "ScanEngine.h"
 #include "TextOps.h"
 
-using textops::FindNoCase;
-
 namespace {
 
 using Marks = MarkupRemoval::Marks;
@@ -144,7 +142,8 @@ void KeepLineBreaks(std::string& text) {
         }
         const std::string_view rest(data + at, n - at);
         const auto tag = std::find_if(std::begin(kTags), std::end(kTags), [&](std::string_view t) {
-            return rest.size() >= t.size() && FindNoCase(rest.substr(0, t.size()), t) == 0;
+            return rest.size() >= t.size() &&
+                   bytesearch::SameText(rest.substr(0, t.size()), t, true);
         });
         if (tag != std::end(kTags)) {
             data[write++] = '\r';

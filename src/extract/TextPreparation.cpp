@@ -62,7 +62,7 @@ void ScanEngine::PrepareText() {
         const uint32_t qBits =
             static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(x, _mm_set1_epi8('q'))));
         const uint32_t doubled = spaceBits & ((spaceBits << 1) | (run != 0 ? 1u : 0u));
-        if ((qBits | doubled) != 0) {
+        if (qBits != 0) {
             for (const size_t end = read + 16; read < end;) {
                 step(read);
             }
@@ -70,6 +70,21 @@ void ScanEngine::PrepareText() {
         }
         const __m128i y =
             _mm_or_si128(_mm_andnot_si128(spaces, x), _mm_and_si128(spaces, _mm_set1_epi8(' ')));
+        if (doubled != 0) {
+            // Spaces next to spaces: the bytes are written one by one, each
+            // space after a space overwritten by what follows.
+            alignas(16) char bytes[16];
+            _mm_store_si128(reinterpret_cast<__m128i*>(bytes), y);
+            for (size_t j = 0; j < 16; ++j) {
+                const bool space = (spaceBits >> j) & 1u;
+                text[write] = bytes[j];
+                write += !space || run == 0;
+                run = space ? run + 1 : 0;
+                longestRun = std::max(longestRun, run);
+            }
+            read += 16;
+            continue;
+        }
         _mm_storeu_si128(reinterpret_cast<__m128i*>(text + write), y);
         write += 16;
         read += 16;
