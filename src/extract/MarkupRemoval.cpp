@@ -8,7 +8,9 @@
 using textops::FoldAscii;
 
 MarkupRemoval::MarkupRemoval(std::string text, const Marks& marks, bool mayHoldMarks)
-    : text_(std::move(text)), marks_(marks) {
+    : text_(std::move(text)),
+      marks_(marks),
+      scratch_(bigmemory::ArenaStart(text_.size()), bigmemory::Upstream()) {
     // Without opening marks no pass removes anything, whatever closing marks
     // there are: the first pass ends the loop.
     if (mayHoldMarks) {
@@ -51,7 +53,7 @@ void MarkupRemoval::scanMarks() {
     // The segments to follow one by one: in the tag loop those with two or
     // more tags; in the block loops every one with a block.
     const int follows = marks_.blocks ? 1 : 2;
-    std::vector<std::pair<size_t, size_t>> toFollow;  // segment, its last opening mark
+    std::pmr::vector<std::pair<size_t, size_t>> toFollow(&scratch_);  // segment, last opening mark
     const auto addClose = [&](size_t start) {
         if (opens >= follows) {
             toFollow.emplace_back(segments_.size(), lastOpen);

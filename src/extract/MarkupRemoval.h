@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -130,20 +131,23 @@ private:
 
     std::string text_;
     Marks marks_;
+    // The records below come from here: a big text makes hundreds of
+    // thousands of them, and fresh memory costs a fault per page.
+    std::pmr::monotonic_buffer_resource scratch_;
     std::vector<Segment, bigmemory::Allocator<Segment>> segments_;
     size_t finalFirstOpen_ = SIZE_MAX;  // first opening mark after the last close
     size_t cursor_ = 0;
     PieceSet seen_;                        // one-mark pieces removed so far
     std::deque<std::string> ownedPieces_;  // such pieces that the text does not hold
-    std::deque<Special> specials_;
+    std::pmr::deque<Special> specials_{&scratch_};
     // Which Special follows a segment: per segment in the block loops, where
     // most are followed; by segment in the tag loop, where few are.
-    std::vector<uint32_t> specialOfSegment_;
-    std::unordered_map<size_t, uint32_t> specialOf_;
+    std::vector<uint32_t, bigmemory::Allocator<uint32_t>> specialOfSegment_;
+    std::pmr::unordered_map<size_t, uint32_t> specialOf_{&scratch_};
     // Followed segments by their last tag. The tags are views into the text,
     // or into ownedPieces_ where removals put them together.
-    std::unordered_map<std::string_view, uint32_t> byTail_;  // the first of a list
-    std::map<size_t, size_t> removed_;  // explicit removed ranges, begin -> end
+    std::pmr::unordered_map<std::string_view, uint32_t> byTail_{&scratch_};  // first of a list
+    std::pmr::map<size_t, size_t> removed_{&scratch_};  // explicit removed ranges, begin -> end
     std::vector<Range> passRemoved_;
     size_t lastOpen_ = SIZE_MAX;
     Found scanFound_ = Found::NoPass;

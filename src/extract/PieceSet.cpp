@@ -37,7 +37,7 @@ bool PieceSet::contains(std::string_view piece) const {
 
 bool PieceSet::insert(std::string_view piece) {
     if (2 * (used_ + 1) > slots_.size()) {
-        std::vector<Slot> old(slots_.size() * 2);
+        Slots old(slots_.size() * 2);
         old.swap(slots_);
         used_ = 0;
         for (const Slot& s : old) {

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "BigMemory.h"
+
 // A set of pieces of text (views), with a quick hash for short pieces.
 class PieceSet {
 public:
@@ -18,6 +20,7 @@ private:
         uint32_t hash = 0;
     };
     static uint64_t Hash(std::string_view piece);
-    std::vector<Slot> slots_ = std::vector<Slot>(64);
+    using Slots = std::vector<Slot, bigmemory::Allocator<Slot>>;
+    Slots slots_ = Slots(64);
     size_t used_ = 0;
 };

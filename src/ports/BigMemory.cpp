@@ -1,5 +1,6 @@
 #include "BigMemory.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -51,6 +52,34 @@ void PreferHugePages(void* p, size_t bytes) noexcept {
     (void)p;
     (void)bytes;
 #endif
+}
+
+namespace {
+
+class BigUpstream final : public std::pmr::memory_resource {
+    void* do_allocate(size_t bytes, size_t alignment) override {
+        if (alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
+            throw std::bad_alloc();  // arenas ask for ordinary alignment only
+        }
+        return Allocate(bytes);
+    }
+    void do_deallocate(void* p, size_t bytes, size_t) override { Free(p, bytes); }
+    bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
+        return this == &other;
+    }
+};
+
+}  // namespace
+
+std::pmr::memory_resource* Upstream() {
+    static BigUpstream upstream;
+    return &upstream;
+}
+
+size_t ArenaStart(size_t textBytes) {
+    constexpr size_t kSmallest = 4096;
+    constexpr size_t kLargest = size_t{64} << 20;
+    return std::min(std::max(textBytes / 8, kSmallest), kLargest);
 }
 
 }  // namespace bigmemory

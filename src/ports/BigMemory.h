@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory_resource>
 #include <new>
 
 // Memory for the big working buffers of a run (text, marks, result rows).
@@ -40,5 +41,14 @@ struct Allocator {
         return true;
     }
 };
+
+// Memory for arenas (std::pmr::monotonic_buffer_resource) that hold the many
+// small records of one pass over a big text: their blocks come from
+// Allocate, so big blocks get huge pages too.
+std::pmr::memory_resource* Upstream();
+
+// The first block size for such an arena over a text of `textBytes`: small
+// texts stay on the ordinary heap, whose memory later files reuse.
+size_t ArenaStart(size_t textBytes);
 
 }  // namespace bigmemory
