@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "BigArray.h"
 #include "BigMemory.h"
 #include "PieceSet.h"
 
@@ -134,7 +135,7 @@ private:
     // The records below come from here: a big text makes hundreds of
     // thousands of them, and fresh memory costs a fault per page.
     std::pmr::monotonic_buffer_resource scratch_;
-    std::vector<Segment, bigmemory::Allocator<Segment>> segments_;
+    BigArray<Segment> segments_;
     size_t finalFirstOpen_ = SIZE_MAX;  // first opening mark after the last close
     size_t cursor_ = 0;
     PieceSet seen_;                        // one-mark pieces removed so far
@@ -142,7 +143,7 @@ private:
     std::pmr::deque<Special> specials_{&scratch_};
     // Which Special follows a segment: per segment in the block loops, where
     // most are followed; by segment in the tag loop, where few are.
-    std::vector<uint32_t, bigmemory::Allocator<uint32_t>> specialOfSegment_;
+    BigArray<uint32_t> specialOfSegment_;
     std::pmr::unordered_map<size_t, uint32_t> specialOf_{&scratch_};
     // Followed segments by their last tag. The tags are views into the text,
     // or into ownedPieces_ where removals put them together.

@@ -15,6 +15,10 @@ constexpr size_t kHugePage = size_t{2} << 20;
 
 void* Allocate(size_t bytes);
 void Free(void* p, size_t bytes) noexcept;
+// A block of `newBytes` holding the first `usedBytes` of `p` (a block of
+// `oldBytes` from Allocate, which it replaces). Big blocks keep their pages:
+// they are moved, not copied.
+void* Grow(void* p, size_t oldBytes, size_t newBytes, size_t usedBytes);
 // Asks for huge pages for the whole 2 MB pages inside [p, p + bytes) that
 // nothing has written yet (a no-op where the system has none).
 void PreferHugePages(void* p, size_t bytes) noexcept;

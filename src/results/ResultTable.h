@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "BigMemory.h"
+#include "BigArray.h"
 
 // An in-memory table of text columns. Each cell is either unassigned or holds
 // a text of at most kMaxValue characters; longer texts are cut.
@@ -88,7 +88,7 @@ private:
     size_t maxValue_;
     std::vector<std::string> columns_;
     std::unordered_set<std::string> foldedColumns_;
-    std::vector<Slot, bigmemory::Allocator<Slot>> cells_;
+    BigArray<Slot> cells_;
     size_t rowCount_ = 0;
     std::vector<Block> blocks_;
     std::vector<Slot> lastStored_;  // per column
