@@ -11,10 +11,14 @@
 #include <QUrl>
 
 void QtEventPump::yield() {
+    if (sinceLast_.isValid() && sinceLast_.nsecsElapsed() < kIntervalNs) {
+        return;
+    }
     if (beforeYield) {
         beforeYield();
     }
     QCoreApplication::processEvents();
+    sinceLast_.start();
 }
 
 void QtClipboard::clear() {
