@@ -109,7 +109,7 @@ void MainForm::CmdUP_Click() {
     }
     rstKeyWord->swap(static_cast<size_t>(i), static_cast<size_t>(i - 1));
     showKeywords();
-    controls["List3"].listIndex = i - 1;
+    selectKeyword(i - 1);
 }
 
 void MainForm::CmdDown_Click() {
@@ -119,7 +119,16 @@ void MainForm::CmdDown_Click() {
     }
     rstKeyWord->swap(static_cast<size_t>(i), static_cast<size_t>(i + 1));
     showKeywords();
-    controls["List3"].listIndex = i + 1;
+    selectKeyword(i + 1);
+}
+
+void MainForm::selectKeyword(int row) {
+    // The moved keyword stays the highlighted one, so the next press of up
+    // or down moves it on.
+    Control& list3 = controls["List3"];
+    list3.listIndex = row;
+    list3.selected.assign(list3.items.size(), false);
+    list3.selected[static_cast<size_t>(row)] = true;
 }
 
 void MainForm::CmdOpenKW_Click() {

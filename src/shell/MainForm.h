@@ -224,6 +224,7 @@ private:
     void fillList1();
     void updateCounts();
     void showKeywords();
+    void selectKeyword(int row);
     // The save dialog with its replace question; nothing when cancelled.
     std::optional<std::string> chooseSaveFile();
 

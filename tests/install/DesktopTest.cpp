@@ -88,7 +88,7 @@ TEST_F(Help, TheWindowsContentEntry) {
     window.show();
     QAction* content = window.findChild<QAction*>("mnuContent");
     ASSERT_TRUE(content);
-    EXPECT_EQ(content->text(), "Content");
+    EXPECT_EQ(content->text(), "&Content");  // shown as "Content", C underlined
 
     content->trigger();
     EXPECT_TRUE(launcher.opened.empty());

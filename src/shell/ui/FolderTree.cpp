@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QStyle>
 
 #include "FileListing.h"
@@ -55,4 +56,22 @@ void FolderTree::setFolder(const QString& path) {
     item->setExpanded(true);
     setCurrentItem(item);
     scrollToItem(item, QAbstractItemView::PositionAtTop);
+}
+
+void FolderTree::keyPressEvent(QKeyEvent* event) {
+    QTreeWidgetItem* item = currentItem();
+    const QString path = item ? item->data(0, kPathRole).toString() : QString();
+    const int key = event->key();
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    // As in the desktop's file dialogs: Enter and Space open the folder under
+    // the highlight; Right opens it too, and in the folder already open goes
+    // on down into its sub-folders as usual.
+    const bool opens = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space ||
+                       (key == Qt::Key_Right && path != folder_);
+    if (plain && opens && item) {
+        event->accept();
+        emit folderChosen(path);
+        return;
+    }
+    QTreeWidget::keyPressEvent(event);
 }

@@ -15,8 +15,11 @@ public:
     QString folder() const { return folder_; }
 
 signals:
-    // The user clicked a folder.
+    // The user clicked a folder, or pressed Enter, Space or Right on it.
     void folderChosen(const QString& path);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     QString folder_;

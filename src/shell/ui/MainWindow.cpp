@@ -21,10 +21,12 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <cstring>
 
 #include "DisplayText.h"
 #include "FolderTree.h"
 #include "MainForm.h"
+#include "ResultGrid.h"
 
 namespace {
 
@@ -35,6 +37,58 @@ const ControlInfo& InfoOf(const std::string& name) {
         }
     }
     throw std::out_of_range(name);
+}
+
+// How each menu and entry is reached from the keyboard: its caption with the
+// underlined letter marked, and a shortcut where desktop programs have one.
+struct MenuKeys {
+    const char* name;
+    const char* text;
+    QKeySequence shortcut;
+};
+
+const std::vector<MenuKeys>& MenuKeyTable() {
+    static const std::vector<MenuKeys> table = {
+        {"mnuFile", "&File", {}},
+        {"mnuProcessWeb", "Extract &Web", {}},
+        {"mnuProcess", "&Process", {}},
+        {"mnuSaveResult", "&Save Result", QKeySequence::Save},
+        {"mnuCancel", "&Cancel", {}},  // Escape, while a run is under way
+        {"mnuExit", "E&xit", QKeySequence(Qt::CTRL | Qt::Key_Q)},
+        {"mnuSetting", "&Setting", {}},
+        {"mnuHtml", "&StripHtml", {}},
+        {"mnuEmail", "&ExtractEmail", {}},
+        {"mnuWeb", "Extract &Web", {}},
+        {"mnuMailto", "Extract &Mailto", {}},
+        {"mnuKeyS", "&Keys", {}},
+        {"mnuKeyNew", "&New", {}},
+        {"mnuKeyOpen", "&Open", {}},
+        {"mnuKeyProperty", "&Property", {}},
+        {"mnuKeySave", "&Save", {}},
+        {"mnuKeyClear", "&Clear", {}},
+        {"mnuKeyDelete", "&Delete", {}},
+        {"mnuEditRslt", "&Edit Result", {}},
+        {"mnuRsltCopy", "&Copy", {}},
+        {"mnuRsltCut", "Cu&t", {}},
+        {"mnuRsltPaste", "&Paste", {}},
+        {"mnuRsltDelete", "&Delete", {}},
+        {"mnuHelp", "&Help", {}},
+        {"mnuAbout", "&About", {}},
+        {"mnuContent", "&Content", QKeySequence(Qt::Key_F1)},
+    };
+    return table;
+}
+
+// The menu text of a control: its caption with its letter marked, or the
+// caption alone when the table has no entry for it.
+QString MenuText(const ControlInfo& info, QKeySequence* shortcut) {
+    for (const MenuKeys& k : MenuKeyTable()) {
+        if (std::strcmp(k.name, info.name) == 0) {
+            *shortcut = k.shortcut;
+            return QString::fromUtf8(k.text);
+        }
+    }
+    return QString::fromUtf8(info.caption);
 }
 
 QColor ColourOf(Colour c, const QPalette& palette, bool background) {
@@ -90,7 +144,7 @@ MainWindow::MainWindow(MainForm& form, QWidget* parent) : QMainWindow(parent), f
     column->addWidget(buildRunButtons());
     column->addWidget(buildProgress());
 
-    auto* grid = new QTableView(central);
+    auto* grid = new ResultGrid(central);
     grid->setObjectName("DataGrid1");
     grid->setModel(&gridModel_);
     grid->horizontalHeader()->setSectionsClickable(true);
@@ -245,6 +299,13 @@ QWidget* MainWindow::make(const std::string& name, QWidget* parent) {
             return nullptr;
     }
     w->setObjectName(QString::fromUtf8(info.name));
+    if (info.kind != ControlKind::Files) {
+        // A control the form hides keeps its place, so nothing below it moves
+        // under the pointer. The file listing is never shown at all.
+        QSizePolicy policy = w->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        w->setSizePolicy(policy);
+    }
     if (*info.tooltip) {
         w->setToolTip(QString::fromUtf8(info.tooltip));
     }
@@ -360,12 +421,15 @@ void MainWindow::buildMenus() {
     for (const ControlInfo& info : MainControls()) {
         const std::string name = info.name;
         if (info.kind == ControlKind::Menu) {
-            current = menuBar()->addMenu(QString::fromUtf8(info.caption));
+            QKeySequence none;
+            current = menuBar()->addMenu(MenuText(info, &none));
             current->setObjectName(QString::fromUtf8(info.name));
             widgets_[name] = current;
         } else if (info.kind == ControlKind::MenuEntry && current) {
-            QAction* a = current->addAction(QString::fromUtf8(info.caption));
+            QKeySequence shortcut;
+            QAction* a = current->addAction(MenuText(info, &shortcut));
             a->setObjectName(QString::fromUtf8(info.name));
+            a->setShortcut(shortcut);
             a->setCheckable(name == "mnuHtml" || name == "mnuEmail" || name == "mnuWeb" ||
                             name == "mnuMailto");
             connect(a, &QAction::triggered, this,
@@ -399,6 +463,13 @@ void MainWindow::sync() {
     syncing_ = true;
     for (const std::string& name : form_.controls.takeDirty()) {
         apply(name);
+    }
+    // Escape cancels a run under way and means nothing otherwise.
+    if (auto* cancel = qobject_cast<QAction*>(widgets_["mnuCancel"])) {
+        const QKeySequence key = form_.running() ? QKeySequence(Qt::Key_Escape) : QKeySequence();
+        if (cancel->shortcut() != key) {
+            cancel->setShortcut(key);
+        }
     }
     gridModel_.refresh();
     if (form_.gridBindings != seenBindings_) {
@@ -469,8 +540,9 @@ void MainWindow::apply(const std::string& name) {
             const auto idx = static_cast<size_t>(i);
             list->item(i)->setSelected(idx < c.selected.size() && c.selected[idx]);
         }
-        if (c.listIndex >= 0 && c.listIndex < list->count()) {
+        if (c.listIndex >= 0 && c.listIndex < list->count() && list->currentRow() != c.listIndex) {
             list->setCurrentRow(c.listIndex, QItemSelectionModel::NoUpdate);
+            list->scrollToItem(list->currentItem());
         }
     } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
         QSignalBlocker block(combo);

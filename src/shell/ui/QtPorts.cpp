@@ -10,6 +10,8 @@
 #include <QTextEdit>
 #include <QUrl>
 
+#include "ResultGrid.h"
+
 void QtEventPump::yield() {
     if (sinceLast_.isValid() && sinceLast_.nsecsElapsed() < kIntervalNs) {
         return;
@@ -36,7 +38,7 @@ std::string QtClipboard::text() const {
 bool QtFocusedEditor::available() const {
     QWidget* w = QApplication::focusWidget();
     return qobject_cast<QLineEdit*>(w) || qobject_cast<QTextEdit*>(w) ||
-           qobject_cast<QPlainTextEdit*>(w);
+           qobject_cast<QPlainTextEdit*>(w) || qobject_cast<ResultGrid*>(w);
 }
 
 std::string QtFocusedEditor::selectedText() const {
@@ -50,6 +52,9 @@ std::string QtFocusedEditor::selectedText() const {
     if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
         return plain->textCursor().selectedText().toStdString();
     }
+    if (auto* grid = qobject_cast<ResultGrid*>(w)) {
+        return SelectedCellsText(*grid).toStdString();
+    }
     return {};
 }
 
@@ -62,6 +67,8 @@ void QtFocusedEditor::replaceSelection(const std::string& text) {
         edit->textCursor().insertText(t);
     } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
         plain->textCursor().insertText(t);
+    } else if (auto* grid = qobject_cast<ResultGrid*>(w)) {
+        ReplaceSelectedCells(*grid, t);
     }
 }
 

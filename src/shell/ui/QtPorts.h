@@ -34,7 +34,8 @@ public:
 };
 
 // The focused line or text editor of the application (the grid's cell editor
-// while a cell is being edited).
+// while a cell is being edited), or the result grid itself, whose selected
+// cells count as their whole texts selected.
 class QtFocusedEditor : public FocusedEditor {
 public:
     bool available() const override;
