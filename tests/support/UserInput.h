@@ -12,7 +12,7 @@
 // faults that only users met lived.
 inline QWidget* KeyTarget() {
     if (QWidget* popup = QApplication::activePopupWidget()) {
-        return popup;
+        return popup->focusWidget() ? popup->focusWidget() : popup;
     }
     if (QWidget* modal = QApplication::activeModalWidget()) {
         return modal->focusWidget() ? modal->focusWidget() : modal;

@@ -9,6 +9,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
@@ -23,6 +25,7 @@
 #include <set>
 
 #include "Fakes.h"
+#include "FormBinding.h"
 #include "LoopbackServer.h"
 #include "MainForm.h"
 #include "MainFormSide.h"
@@ -32,6 +35,7 @@
 #include "ScriptedPrompts.h"
 #include "TempDir.h"
 #include "UiSteps.h"
+#include "UserInput.h"
 #include "WebControls.h"
 #include "WebForm.h"
 #include "WebWindow.h"
@@ -171,6 +175,7 @@ protected:
         mainWindow->findChild<QAction*>("mnuProcessWeb")->trigger();
         QObject::connect(view(), &QWebEngineView::loadFinished, view(),
                          [this] { finished.push_back(view()->url().toString()); });
+        EXPECT_TRUE(ShowActive(host->window()));
         return host->window();
     }
     template <typename T>
@@ -184,16 +189,21 @@ protected:
     QWebEngineView* view() { return host->window()->browser(); }
     QLineEdit* addressBox() { return web<QComboBox>("cboAddress")->lineEdit(); }
 
-    // Types into the address box as a user does, replacing its text.
+    // Types into the address box as a user does, replacing its text: a
+    // click in the box, then keys from the keyboard.
     void type(const QString& text, bool enter) {
-        QLineEdit* box = addressBox();
-        box->setFocus();
-        box->selectAll();
-        QTest::keyClick(box, Qt::Key_Backspace);
-        QTest::keyClicks(box, text);
+        QTest::mouseClick(addressBox(), Qt::LeftButton);
+        PressKey(Qt::Key_A, Qt::ControlModifier);
+        PressKey(Qt::Key_Backspace);
+        TypeText(text);
         if (enter) {
-            QTest::keyClick(box, Qt::Key_Return);
+            PressKey(Qt::Key_Return);
         }
+    }
+    // True when the keyboard focus is in the browser view's page.
+    bool pageHasFocus() {
+        QWidget* focus = QApplication::focusWidget();
+        return focus && (focus == view() || view()->isAncestorOf(focus));
     }
     // Waits until the view's last finished load is `url` and it is no longer busy.
     bool shows(const QString& url) {
@@ -307,7 +317,7 @@ TEST_F(WebWindowTest, ExtractWebOpensOneWindowWithEveryControl) {
         EXPECT_TRUE(w->findChild<QObject*>(info.name)) << info.name;
     }
     EXPECT_EQ(web<QToolButton>("Clear")->text(), "Clear  Shortcut");
-    EXPECT_EQ(web<QAction>("mnuLoadSC")->text(), "Process ShortCut");
+    EXPECT_EQ(web<QAction>("mnuLoadSC")->text(), "&Process ShortCut");  // P underlined
     EXPECT_FALSE(web<QToolButton>("cmdBack")->isEnabled());
     EXPECT_TRUE(web<QToolButton>("Terminate")->isEnabled());
 
@@ -333,14 +343,94 @@ TEST_F(WebWindowTest, AddressBoxBrowsesAndRemembersTheAddressesVisited) {
     EXPECT_EQ(addressBox()->text(), site.at("/index.html"));
     EXPECT_TRUE(WaitUntil([&] { return web<QToolButton>("cmdForward")->isEnabled(); }));
 
-    // An address chosen from the list is visited again.
-    box->showPopup();
-    box->view()->setCurrentIndex(box->model()->index(box->findText(site.at("/members.html")), 0));
-    QTest::keyClick(box->view(), Qt::Key_Return);
+    // An address chosen from the list with the keys is visited again.
+    QTest::mouseClick(addressBox(), Qt::LeftButton);
+    PressKey(Qt::Key_Down, Qt::AltModifier);
+    ASSERT_TRUE(WaitUntil([&] { return box->view()->isVisible(); }));
+    for (int i = 0; i < 3 && box->view()->currentIndex().data() != site.at("/members.html"); ++i) {
+        PressKey(Qt::Key_Down);
+    }
+    PressKey(Qt::Key_Return);
     ASSERT_TRUE(shows(site.at("/members.html")));
     press("cmdHome");
     EXPECT_TRUE(shows("about:blank"));
     EXPECT_EQ(site.hits("/index.html"), 1);
+}
+
+TEST_F(WebWindowTest, TheKeysOfABrowser) {
+    ClubServer site;
+    LoopbackServer::Reply slow;
+    slow.body = "<p>at last</p>";
+    slow.delayMs = 8000;
+    site.route("/slow.html", slow);
+    openWebWindow();
+    type(site.at("/index.html"), true);
+    ASSERT_TRUE(shows(site.at("/index.html")));
+
+    // Tab goes from the address box to the page; Ctrl+L and Alt+D come back
+    // to the box with its text selected, ready to be typed over.
+    const std::pair<Qt::Key, Qt::KeyboardModifier> toTheBox[] = {{Qt::Key_L, Qt::ControlModifier},
+                                                                 {Qt::Key_D, Qt::AltModifier}};
+    for (const auto& [key, modifier] : toTheBox) {
+        PressKey(Qt::Key_Tab);
+        EXPECT_TRUE(WaitUntil([&] { return pageHasFocus(); }, 3000));
+        PressKey(key, modifier);
+        EXPECT_TRUE(web<QComboBox>("cboAddress")->hasFocus());
+        EXPECT_EQ(addressBox()->selectedText(), site.at("/index.html"));
+    }
+    // F5 loads the page again.
+    PressKey(Qt::Key_F5);
+    EXPECT_TRUE(WaitUntil([&] { return site.hits("/index.html") == 2; }));
+    ASSERT_TRUE(WaitUntil([&] { return web<QLabel>("lblBusy")->text().isEmpty(); }));
+
+    // Alt+Left goes back, Alt+Right forward.
+    type(site.at("/members.html"), true);
+    ASSERT_TRUE(shows(site.at("/members.html")));
+    ASSERT_TRUE(WaitUntil([&] { return web<QToolButton>("cmdBack")->isEnabled(); }));
+    PressKey(Qt::Key_Left, Qt::AltModifier);
+    ASSERT_TRUE(shows(site.at("/index.html")));
+    ASSERT_TRUE(WaitUntil([&] { return web<QToolButton>("cmdForward")->isEnabled(); }));
+    PressKey(Qt::Key_Right, Qt::AltModifier);
+    ASSERT_TRUE(shows(site.at("/members.html")));
+
+    // Escape stops a page that is slow to come.
+    type(site.at("/slow.html"), true);
+    ASSERT_TRUE(WaitUntil([&] { return web<QLabel>("lblBusy")->text() == "Working..."; }));
+    PressKey(Qt::Key_Escape);
+    EXPECT_TRUE(WaitUntil([&] { return web<QLabel>("lblBusy")->text().isEmpty(); }, 3000));
+}
+
+TEST_F(WebWindowTest, EveryMenuOpensWithAltAndItsLetter) {
+    WebWindow* w = openWebWindow();
+    const std::pair<Qt::Key, const char*> menus[] = {{Qt::Key_F, "mnuFile"},
+                                                     {Qt::Key_S, "mnuShortCut"}};
+    for (const auto& [key, name] : menus) {
+        SCOPED_TRACE(name);
+        PressKey(key, Qt::AltModifier);
+        EXPECT_EQ(QApplication::activePopupWidget(), web<QMenu>(name));
+        PressKey(Qt::Key_Escape);
+        PressKey(Qt::Key_Escape);
+    }
+    // Each entry's letter is its own within its menu, and the text shown is
+    // the caption.
+    for (QAction* menu : w->menuBar()->actions()) {
+        std::set<QChar> letters;
+        for (QAction* a : menu->menu()->actions()) {
+            const QString text = a->text();
+            SCOPED_TRACE(text.toStdString());
+            ASSERT_EQ(text.count('&'), 1);
+            EXPECT_EQ(QString(text).remove('&').toStdString(),
+                      FindControl(WebControls(), a->objectName().toStdString())->caption);
+            EXPECT_TRUE(letters.insert(text.at(text.indexOf('&') + 1).toLower()).second);
+        }
+    }
+    // Alt+F, then S: the settings dialog.
+    WhenModal("frmSetting", [](QWidget* d) {
+        QTest::mouseClick(d->findChild<QPushButton*>("Command6"), Qt::LeftButton);
+    });
+    PressKey(Qt::Key_F, Qt::AltModifier);
+    PressKey(Qt::Key_S);
+    EXPECT_FALSE(QApplication::activeModalWidget());
 }
 
 TEST_F(WebWindowTest, AddressesThatLeadNowhereNeitherHangNorCrash) {

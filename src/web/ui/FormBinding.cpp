@@ -173,6 +173,18 @@ void FormBinding::syncAll() {
     sync();
 }
 
+void FormBinding::markLetter(const std::string& name, const QString& marked) {
+    marked_[name] = marked;
+}
+
+QString FormBinding::menuText(const std::string& name, const std::string& caption) const {
+    auto it = marked_.find(name);
+    if (it != marked_.end() && QString(it->second).remove('&') == Text(caption)) {
+        return it->second;
+    }
+    return Text(caption);
+}
+
 void FormBinding::apply(const std::string& name) {
     QObject* object = this->object(name);
     if (!object) {
@@ -182,14 +194,14 @@ void FormBinding::apply(const std::string& name) {
     if (auto* a = qobject_cast<QAction*>(object)) {
         a->setEnabled(c.enabled);
         a->setVisible(c.visible);
-        a->setText(Text(c.caption));
+        a->setText(menuText(name, c.caption));
         if (a->isCheckable()) {
             a->setChecked(c.value == 1);
         }
         return;
     }
     if (auto* menu = qobject_cast<QMenu*>(object)) {
-        menu->setTitle(Text(c.caption));
+        menu->setTitle(menuText(name, c.caption));
         menu->setEnabled(c.enabled);
         return;
     }

@@ -35,6 +35,10 @@ public:
     // Registers a widget or an action under a control's name.
     void add(const std::string& name, QObject* object);
     QObject* object(const std::string& name) const;
+    // Shows the menu or menu entry `name` with `marked`, its caption with the
+    // letter that Alt reaches marked by "&", for as long as the caption is
+    // that text.
+    void markLetter(const std::string& name, const QString& marked);
 
     // Runs a user action on the form, then shows its outcome. The touched
     // control is shown again too: its widget may already show a state that
@@ -52,10 +56,12 @@ public:
 
 private:
     void apply(const std::string& name);
+    QString menuText(const std::string& name, const std::string& caption) const;
 
     ControlSet& controls_;
     Handlers handlers_;
     std::map<std::string, QObject*> objects_;
+    std::map<std::string, QString> marked_;
     QObject context_;  // connections end with the binding
     bool syncing_ = false;
 };

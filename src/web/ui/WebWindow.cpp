@@ -24,6 +24,19 @@ QString CaptionOf(const std::string& name) {
     return QString::fromUtf8(FindControl(WebControls(), name)->caption);
 }
 
+// The menus' and entries' captions with the letter that Alt reaches marked.
+const std::pair<const char*, const char*> kMenuLetters[] = {
+    {"mnuFile", "&File"},         {"mnuProcess", "&Process"},    {"mnuSetting", "&Setting"},
+    {"mnuShortCut", "&ShortCut"}, {"mnuSave", "&Save ShortCut"}, {"mnuLoadSC", "&Process ShortCut"},
+};
+
+// The shortcuts of the browser's commands, as in desktop browsers.
+const std::pair<const char*, QKeySequence::StandardKey> kBrowserKeys[] = {
+    {"cmdBack", QKeySequence::Back},
+    {"cmdForward", QKeySequence::Forward},
+    {"cmdRefresh", QKeySequence::Refresh},
+};
+
 }  // namespace
 
 WebWindow::WebWindow(WebForm& form, QWidget* parent)
@@ -46,6 +59,7 @@ WebWindow::WebWindow(WebForm& form, QWidget* parent)
     addToolBarBreak();
     buildNavigation();
     buildStatusLine();
+    buildKeys();
     connectBrowser();
 
     form_.showSettings = [this] { openSettings(); };
@@ -66,6 +80,9 @@ QAction* WebWindow::addCommand(QToolBar* bar, const std::string& name, QStyle::S
 }
 
 void WebWindow::buildMenus() {
+    for (const auto& [name, marked] : kMenuLetters) {
+        binding_.markLetter(name, QString::fromUtf8(marked));
+    }
     QMenu* current = nullptr;
     for (const WebControlInfo& info : WebControls()) {
         const std::string name = info.name;
@@ -123,6 +140,7 @@ void WebWindow::buildNavigation() {
     bar->addWidget(label);
 
     auto* address = new QComboBox(bar);
+    address_ = address;
     address->setEditable(true);
     address->setInsertPolicy(QComboBox::NoInsert);  // the form keeps the addresses visited
     address->setCompleter(nullptr);
@@ -131,8 +149,12 @@ void WebWindow::buildNavigation() {
     connect(address->lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
         binding_.act("cboAddress", [&] { form_.setAddressText(text.toStdString()); });
     });
-    // Enter is taken before the box sees it: the combo box would hand the
-    // key back to its line edit and report it twice.
+    // Enter is taken before the box sees it. A key from the keyboard reaches
+    // the combo box (its line edit's focus proxy), which hands it to the line
+    // edit directly; a key sent to the line edit itself would travel up to
+    // the box and be reported twice. So both are watched and the key ends
+    // where it is first seen.
+    address->installEventFilter(this);
     address->lineEdit()->installEventFilter(this);
     connect(address, &QComboBox::textActivated, this, [this](const QString& text) {
         binding_.act("cboAddress", [&] {
@@ -162,6 +184,28 @@ void WebWindow::buildStatusLine() {
     auto* pages = new QLabel(statusBar());
     binding_.add("lblPages", pages);
     statusBar()->addPermanentWidget(pages);
+}
+
+void WebWindow::buildKeys() {
+    for (const auto& [name, key] : kBrowserKeys) {
+        if (auto* a = qobject_cast<QAction*>(binding_.object(name))) {
+            a->setShortcuts(key);
+        }
+    }
+    // Escape stops loading; the Stop command is enabled only while the view
+    // loads, so at other times Escape goes on to the widget that has focus.
+    if (auto* stop = qobject_cast<QAction*>(binding_.object("cmdStop"))) {
+        stop->setShortcut(Qt::Key_Escape);
+    }
+    auto* toAddress = new QAction(this);
+    toAddress->setShortcuts(
+        {QKeySequence(Qt::CTRL | Qt::Key_L), QKeySequence(Qt::ALT | Qt::Key_D)});
+    connect(toAddress, &QAction::triggered, this, [this] {
+        address_->setFocus(Qt::ShortcutFocusReason);
+        address_->lineEdit()->selectAll();
+    });
+    addAction(toAddress);
+    setTabOrder(address_, view_);
 }
 
 void WebWindow::connectBrowser() {
@@ -196,7 +240,8 @@ void WebWindow::connectBrowser() {
 }
 
 bool WebWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
+    if (event->type() == QEvent::KeyPress &&
+        (watched == address_ || watched == address_->lineEdit())) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             binding_.act("cboAddress", [&] { form_.cboAddress_Click(); });

@@ -7,6 +7,7 @@
 
 #include "FormBinding.h"
 
+class QComboBox;
 class QToolBar;
 class QWebEngineView;
 class WebForm;
@@ -37,6 +38,9 @@ private:
     void buildToolbar();
     void buildNavigation();
     void buildStatusLine();
+    // The keys of a browser: Ctrl+L and Alt+D to the address box, F5, Escape,
+    // Alt+Left and Alt+Right for the view, Tab from the box to the page.
+    void buildKeys();
     void connectBrowser();
     // Adds a tool-bar command named `name`, its tool button named alike.
     QAction* addCommand(QToolBar* bar, const std::string& name, QStyle::StandardPixmap icon,
@@ -48,4 +52,5 @@ private:
     WebForm& form_;
     FormBinding binding_;
     QWebEngineView* view_;
+    QComboBox* address_ = nullptr;
 };
