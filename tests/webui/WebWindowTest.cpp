@@ -402,28 +402,11 @@ TEST_F(WebWindowTest, TheKeysOfABrowser) {
 
 TEST_F(WebWindowTest, EveryMenuOpensWithAltAndItsLetter) {
     WebWindow* w = openWebWindow();
-    const std::pair<Qt::Key, const char*> menus[] = {{Qt::Key_F, "mnuFile"},
-                                                     {Qt::Key_S, "mnuShortCut"}};
-    for (const auto& [key, name] : menus) {
-        SCOPED_TRACE(name);
-        PressKey(key, Qt::AltModifier);
-        EXPECT_EQ(QApplication::activePopupWidget(), web<QMenu>(name));
-        PressKey(Qt::Key_Escape);
-        PressKey(Qt::Key_Escape);
-    }
-    // Each entry's letter is its own within its menu, and the text shown is
-    // the caption.
-    for (QAction* menu : w->menuBar()->actions()) {
-        std::set<QChar> letters;
-        for (QAction* a : menu->menu()->actions()) {
-            const QString text = a->text();
-            SCOPED_TRACE(text.toStdString());
-            ASSERT_EQ(text.count('&'), 1);
-            EXPECT_EQ(QString(text).remove('&').toStdString(),
-                      FindControl(WebControls(), a->objectName().toStdString())->caption);
-            EXPECT_TRUE(letters.insert(text.at(text.indexOf('&') + 1).toLower()).second);
-        }
-    }
+    ExpectAltOpensMenus(w, {{Qt::Key_F, "mnuFile"}, {Qt::Key_S, "mnuShortCut"}});
+    ExpectMenuLetters(w->menuBar(), [](const std::string& name) {
+        const WebControlInfo* info = FindControl(WebControls(), name);
+        return std::string(info ? info->caption : "(no control)");
+    });
     // Alt+F, then S: the settings dialog.
     WhenModal("frmSetting", [](QWidget* d) {
         QTest::mouseClick(d->findChild<QPushButton*>("Command6"), Qt::LeftButton);
