@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format
   qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev libgl-dev libvulkan-dev
   qt6-webengine-dev qt6-webengine-dev-tools
-  libgumbo-dev
+  libgumbo-dev zlib1g-dev
   libgtest-dev libgmock-dev googletest
   qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core
   xvfb xauth

@@ -1,17 +1,15 @@
 #pragma once
 
 #include <QUrl>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "HtmlDocument.h"
+#include "LinkScan.h"
 #include "QtFetcher.h"
-
-// The links of an HTML text: the href of every `a` and `area` element in
-// document order, resolved against the first `<base href>` (itself resolved
-// against `pageUrl`) or else `pageUrl`.
-std::vector<std::string> ExtractLinks(const std::string& html, const QUrl& pageUrl);
 
 // Documents that load their page over the network and parse it with gumbo.
 class GumboDocumentSource : public HtmlDocumentSource {
@@ -21,6 +19,8 @@ public:
     std::unique_ptr<HtmlDocument> create() override;
 
     FetchLimits limits;
+    // Told how each document's transfer ended.
+    std::function<void(const TransferOutcome&)> onTransferEnd;
 
 private:
     std::unique_ptr<QNetworkAccessManager> manager_;

@@ -4,22 +4,58 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QTimer>
+#include <algorithm>
+#include <utility>
 
 namespace {
 
 constexpr int kMaxRedirects = 10;
 constexpr int kPollMs = 20;
+// The most the reply holds for us, and the most taken from it at a time.
+// With the read buffer full, Qt's network thread stops reading from the
+// connection and the server is held back by TCP; without a read buffer size
+// that thread reads and queues whatever the server sends, gigabytes from a
+// fast one, however quickly the body is taken in.
+constexpr qint64 kReadBufferBytes = 256 * 1024;
+constexpr qint64 kPieceBytes = 256 * 1024;
+constexpr int kDrainMs = 10;
+// The largest limit a body reserves whole.
+constexpr size_t kWholeLimitBytes = 512 * 1024 * 1024;
+
+// What a body that needs `size` bytes grows to. A body of unknown length
+// gets room for all the limit allows at once: a block that big is mapped
+// from the system and only the pages written become resident, so the body
+// is never copied as it grows and its memory goes back to the system when
+// it is freed (smaller blocks, once freed, tend to stay with the process).
+// Only a limit too large to map at once grows by doubling.
+size_t Capacity(size_t size, size_t capacity, qint64 limit) {
+    const size_t most = static_cast<size_t>(limit) + 1;
+    if (most <= kWholeLimitBytes) {
+        return most;
+    }
+    return std::min(std::max({size, 2 * capacity, kWholeLimitBytes}), most);
+}
 
 }  // namespace
 
 HttpTransfer::HttpTransfer(QNetworkAccessManager& manager, const FetchLimits& limits)
     : manager_(manager), limits_(limits) {
     deadline_.setSingleShot(true);
-    QObject::connect(&deadline_, &QTimer::timeout, &guard_, [this] { finish(true); });
+    QObject::connect(&deadline_, &QTimer::timeout, &guard_, [this] {
+        finish(TransferFailure::TimeLimit,
+               "no complete answer within " + std::to_string(limits_.timeMs) + " ms");
+    });
+    // The body of a redirect never reaches the reply's buffer and no signal
+    // tells of it, but it fills the read buffer all the same until a read
+    // (which finds nothing) lets the network thread go on: without these
+    // reads a redirect with a body larger than the buffer is never followed.
+    drain_.setInterval(kDrainMs);
+    QObject::connect(&drain_, &QTimer::timeout, &guard_, [this] { receive(); });
 }
 
 HttpTransfer::~HttpTransfer() {
     deadline_.stop();
+    drain_.stop();
     drop();
 }
 
@@ -28,66 +64,157 @@ void HttpTransfer::drop() {
     reply_ = nullptr;
     if (reply) {
         QObject::disconnect(reply, nullptr, &guard_, nullptr);
-        if (reply->isRunning()) {
+        // A reply that failed already stops its transfer when it is deleted;
+        // aborting it would report a second error.
+        if (reply->isRunning() && reply->error() == QNetworkReply::NoError) {
             reply->abort();
         }
         reply->deleteLater();
     }
 }
 
+std::string HttpTransfer::takeBody() {
+    return std::exchange(body_, std::string());
+}
+
 void HttpTransfer::start(const std::string& address) {
     deadline_.stop();
+    drain_.stop();
     drop();
-    body_.clear();
+    address_ = address;
+    std::string().swap(body_);
     finalUrl_ = QUrl();
-    failed_ = false;
+    failure_ = TransferFailure::None;
+    reason_.clear();
     running_ = true;
     const QUrl url(QString::fromStdString(address));
     const QString scheme = url.scheme().toLower();
     if (!url.isValid() || (scheme != "http" && scheme != "https") || url.host().isEmpty()) {
-        finish(true);
+        finish(TransferFailure::Address, "not an http or https address");
         return;
     }
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setMaximumRedirectsAllowed(kMaxRedirects);
+    // Over HTTP/2 Qt grants the server more window as soon as data arrives,
+    // whether or not the reply's buffer has room, so only HTTP/1.1 lets the
+    // read buffer below hold a fast server back.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     reply_ = manager_.get(request);
     QNetworkReply* reply = reply_;
-    QObject::connect(reply, &QNetworkReply::metaDataChanged, &guard_, [this, reply] {
-        const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-        if (length.isValid() && length.toLongLong() > limits_.bytes) {
-            finish(true);
-        }
-    });
-    QObject::connect(reply, &QNetworkReply::readyRead, &guard_, [this, reply] {
-        body_ += reply->readAll();
-        if (body_.size() > limits_.bytes) {
-            finish(true);
-        }
-    });
+    reply->setReadBufferSize(kReadBufferBytes);
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, &guard_, [this] { headReceived(); });
+    QObject::connect(reply, &QNetworkReply::readyRead, &guard_, [this] { receive(); });
+    // An error can come up while the body is read (Qt refusing to inflate a
+    // compressed body that grows out of all proportion), and the reply then
+    // waits for a read that never comes: the transfer ends on the error
+    // itself, once the read that raised it has returned.
+    QObject::connect(
+        reply, &QNetworkReply::errorOccurred, &guard_,
+        [this, reply] {
+            if (running_ && reply_ == reply) {
+                failed(reply);
+            }
+        },
+        Qt::QueuedConnection);
     QObject::connect(reply, &QNetworkReply::finished, &guard_, [this, reply] {
-        body_ += reply->readAll();
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        receive();
+        if (!running_) {
+            return;
+        }
         finalUrl_ = reply->url();
-        finish(reply->error() != QNetworkReply::NoError || status >= 400 ||
-               body_.size() > limits_.bytes);
+        if (reply->error() != QNetworkReply::NoError ||
+            reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= 400) {
+            failed(reply);
+        } else {
+            finish(TransferFailure::None);
+        }
     });
     deadline_.start(limits_.timeMs);
+    drain_.start();
+}
+
+void HttpTransfer::failed(QNetworkReply* reply) {
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status >= 400) {
+        finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+    } else {
+        finish(TransferFailure::Network, "network error: " + reply->errorString().toStdString());
+    }
+}
+
+void HttpTransfer::headReceived() {
+    QNetworkReply* reply = reply_;
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status >= 400) {
+        // The transfer fails whatever the body, so none of it is read.
+        finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+        return;
+    }
+    // Qt drops the length of a body it decompresses, so a length here is the
+    // body's own.
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    if (!length.isValid()) {
+        return;
+    }
+    const qint64 announced = length.toLongLong();
+    if (announced > limits_.bytes) {
+        finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(announced) +
+                                               " bytes passes the limit of " +
+                                               std::to_string(limits_.bytes));
+    } else if (announced > 0 && static_cast<size_t>(announced) > body_.capacity()) {
+        body_.reserve(static_cast<size_t>(announced));
+    }
+}
+
+void HttpTransfer::receive() {
+    QNetworkReply* reply = reply_;
+    if (!piece_) {
+        piece_ = std::make_unique_for_overwrite<char[]>(kPieceBytes);
+    }
+    char* piece = piece_.get();
+    while (running_ && reply) {
+        // One byte past the limit is enough to tell that the body passes it.
+        const qint64 room = limits_.bytes + 1 - static_cast<qint64>(body_.size());
+        const qint64 got = reply->read(piece, std::min(kPieceBytes, room));
+        if (got <= 0) {
+            return;
+        }
+        const size_t size = body_.size() + static_cast<size_t>(got);
+        if (size > body_.capacity()) {
+            body_.reserve(Capacity(size, body_.capacity(), limits_.bytes));
+        }
+        body_.append(piece, static_cast<size_t>(got));
+        if (static_cast<qint64>(body_.size()) > limits_.bytes) {
+            finish(TransferFailure::SizeLimit,
+                   "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
+            return;
+        }
+    }
 }
 
 bool HttpTransfer::running() const {
     return running_;
 }
 
-void HttpTransfer::finish(bool failed) {
+void HttpTransfer::finish(TransferFailure failure, const std::string& reason) {
     if (!running_) {
         return;
     }
     running_ = false;
-    failed_ = failed;
+    failure_ = failure;
+    reason_ = reason;
     deadline_.stop();
+    drain_.stop();
     drop();
+    if (failure != TransferFailure::None) {
+        // Frees the memory, which clear() and assigning an empty string keep.
+        std::string().swap(body_);
+    }
+    if (onEnd) {
+        onEnd({address_, failure_, reason_, static_cast<qint64>(body_.size())});
+    }
     if (waiting_) {
         waiting_->quit();
     }
@@ -114,7 +241,9 @@ void QtFetcher::open(const std::string& address) {
     if (!manager_) {
         manager_ = std::make_unique<QNetworkAccessManager>();
     }
+    transfer_.reset();  // the last page's body goes before the next one comes
     transfer_ = std::make_unique<HttpTransfer>(*manager_, limits);
+    transfer_->onEnd = onTransferEnd;
     transfer_->start(address);
 }
 
@@ -127,9 +256,13 @@ bool QtFetcher::executing() {
 }
 
 std::string QtFetcher::text() const {
-    if (!transfer_) {
-        return {};
-    }
-    const QByteArray body = transfer_->body();
-    return std::string(body.constData(), static_cast<size_t>(body.size()));
+    return transfer_ ? transfer_->takeBody() : std::string();
+}
+
+TransferFailure QtFetcher::failure() const {
+    return transfer_ ? transfer_->failure() : TransferFailure::None;
+}
+
+std::string QtFetcher::reason() const {
+    return transfer_ ? transfer_->reason() : std::string();
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QByteArray>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -17,12 +17,38 @@ class QNetworkReply;
 // What a network transfer may take before it counts as failed.
 struct FetchLimits {
     int timeMs = 30000;                 // the whole transfer, redirects included
-    qint64 bytes = 64LL * 1024 * 1024;  // the body
+    qint64 bytes = 64LL * 1024 * 1024;  // the body, after any decompression
+};
+
+// Why a transfer failed.
+enum class TransferFailure {
+    None,        // it did not fail (or has not ended)
+    Address,     // not an http or https address with a host
+    TimeLimit,   // no complete answer within the time limit
+    SizeLimit,   // the body, as announced or as received, passed the limit
+    HttpStatus,  // the server answered with an error status
+    Network,     // the connection, the protocol or the content's encoding failed
+};
+
+// How a transfer ended, for whoever keeps a record of the crawl.
+struct TransferOutcome {
+    std::string address;  // as asked for
+    TransferFailure failure = TransferFailure::None;
+    std::string reason;  // a few words on the failure; empty when there was none
+    qint64 bytes = 0;    // the body's size; 0 after a failure
 };
 
 // One GET over http or https with redirects followed and the limits applied.
 // Anything else (another scheme, a refused connection, an unknown host, an
 // HTTP error status, a limit passed) fails with an empty body.
+//
+// The body is read from the reply in pieces as it arrives, and the reply may
+// buffer no more than one read buffer, so a server that sends faster than the
+// body is taken in is held back by the connection and never by memory; a body
+// that passes the limit ends the transfer at once and its memory is freed.
+// Qt's network thread makes one exception: it reads the body of a 401 or 407
+// answer whole before the reply learns of the answer at all, so only the time
+// limit ends such a transfer, and only once that thread looks up.
 class HttpTransfer {
 public:
     HttpTransfer(QNetworkAccessManager& manager, const FetchLimits& limits);
@@ -35,13 +61,27 @@ public:
     // Runs the event loop until the transfer ends or `ms` have passed.
     void wait(int ms);
     // The body as received; empty when the transfer failed.
-    QByteArray body() const { return failed_ ? QByteArray() : body_; }
-    bool failed() const { return failed_; }
+    const std::string& body() const { return body_; }
+    // Hands the body over, leaving the transfer without it.
+    std::string takeBody();
+    bool failed() const { return failure_ != TransferFailure::None; }
+    TransferFailure failure() const { return failure_; }
+    // A few words on why the transfer failed; empty when it did not.
+    const std::string& reason() const { return reason_; }
     // The address the body came from, after redirects.
     QUrl finalUrl() const { return finalUrl_; }
 
+    // Told how each transfer ended, as it ends.
+    std::function<void(const TransferOutcome&)> onEnd;
+
 private:
-    void finish(bool failed);
+    // Checks the status and the announced length as soon as the head is in.
+    void headReceived();
+    // Moves what the reply holds into the body, a piece at a time.
+    void receive();
+    // Ends the transfer on the reply's error status or error.
+    void failed(QNetworkReply* reply);
+    void finish(TransferFailure failure, const std::string& reason = {});
     // Lets go of the reply, aborting it when it still runs.
     void drop();
 
@@ -49,12 +89,16 @@ private:
     FetchLimits limits_;
     QObject guard_;  // the context of every connection, so none outlives the transfer
     QTimer deadline_;
+    QTimer drain_;  // reads now and then, for the bodies no signal announces
     QEventLoop* waiting_ = nullptr;
     QPointer<QNetworkReply> reply_;
-    QByteArray body_;
+    std::string address_;
+    std::unique_ptr<char[]> piece_;  // what one read from the reply takes
+    std::string body_;
     QUrl finalUrl_;
     bool running_ = false;
-    bool failed_ = false;
+    TransferFailure failure_ = TransferFailure::None;
+    std::string reason_;
 };
 
 // The page fetch over the network.
@@ -65,9 +109,16 @@ public:
 
     void open(const std::string& address) override;
     bool executing() override;
+    // Hands the body over rather than copying it, so a big page is held once:
+    // a second call for the same transfer gives an empty text.
     std::string text() const override;
+    // Why the last transfer failed (None while it runs or when it did not).
+    TransferFailure failure() const;
+    std::string reason() const;
 
     FetchLimits limits;
+    // Told how each transfer ended.
+    std::function<void(const TransferOutcome&)> onTransferEnd;
 
 private:
     std::unique_ptr<QNetworkAccessManager> manager_;
