@@ -127,6 +127,14 @@ struct WebSession {
     WebSession(MainForm* main, const std::map<std::string, std::string>& overrides) : side(main) {
         settings.overrides = overrides;
         pump.form = &web;
+        // A page that does not come is stored empty and the crawl goes on;
+        // the user is told why. An address that is none (as the crawl's
+        // "False") is not news.
+        fetcher.onTransferEnd = [](const TransferOutcome& o) {
+            if (o.failure != TransferFailure::None && o.failure != TransferFailure::Address) {
+                std::cerr << "gleanmark: " << o.address << ": " << o.reason << "\n";
+            }
+        };
     }
 
     // Presses a button of the web window with Ctrl+C acting as Terminate.

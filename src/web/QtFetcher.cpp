@@ -64,9 +64,12 @@ void HttpTransfer::drop() {
     reply_ = nullptr;
     if (reply) {
         QObject::disconnect(reply, nullptr, &guard_, nullptr);
-        // A reply that failed already stops its transfer when it is deleted;
-        // aborting it would report a second error.
-        if (reply->isRunning() && reply->error() == QNetworkReply::NoError) {
+        // A reply that failed already, or whose head carries an error status
+        // (Qt reports that error once the head is through), stops its
+        // transfer when it is deleted; aborting it would report a second
+        // error, and Qt warns of it.
+        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (reply->isRunning() && reply->error() == QNetworkReply::NoError && status < 400) {
             reply->abort();
         }
         reply->deleteLater();

@@ -38,6 +38,7 @@ const std::vector<WebControlInfo>& WebControls() {
         // Crawl display
         {"lblVisiting", K::Label, "", ""},
         {"lblPages", K::Label, "", ""},
+        {"lblFailed", K::Label, "", ""},
     };
     return infos;
 }

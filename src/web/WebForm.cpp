@@ -74,7 +74,9 @@ void WebForm::Toolbar1_ButtonClick(const std::string& key) {
 void WebForm::beginWork() {
     busy_ = true;
     pagesStored_ = 0;
+    pagesFailed_ = 0;
     controls["lblPages"].caption = "Pages stored: 0";
+    controls["lblFailed"].caption.clear();
     for (const char* name : kWorkCommands) {
         controls[name].enabled = false;
     }
@@ -185,6 +187,12 @@ void WebForm::navigationFinished(const std::string& url, bool ok) {
     if (ok && !url.empty() && url != kHomeAddress) {
         rememberAddress(url);
     }
+}
+
+void WebForm::pageFailed(const std::string& address, const std::string& reason) {
+    ++pagesFailed_;
+    controls["lblFailed"].caption = "Pages failed: " + std::to_string(pagesFailed_) +
+                                    " (last: " + address + ": " + reason + ")";
 }
 
 void WebForm::historyChanged(bool canGoBack, bool canGoForward) {

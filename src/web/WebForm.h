@@ -28,6 +28,9 @@ class SettingsStore;
 //   lblVisiting  "Visiting: " + the address in hand during a crawl, else ""
 //   lblPages     "Pages stored: " + the pages stored by the current or last
 //                crawl or shortcut run
+//   lblFailed    "" or, once a page of the current or last crawl or shortcut
+//                run failed to come, "Pages failed: " + their number + " (last: "
+//                + its address + ": " + why + ")"
 //   cmdBack, cmdForward  enabled as the browser's history allows
 // While a crawl or a shortcut run is under way, Process, ProcessShort,
 // Setting and their menu entries are disabled; Terminate is always enabled.
@@ -69,6 +72,10 @@ public:
     void navigationFinished(const std::string& url, bool ok);
     void historyChanged(bool canGoBack, bool canGoForward);
 
+    // ---- What the page fetch reports ----
+    // A page of a crawl or shortcut run did not come (it is stored empty).
+    void pageFailed(const std::string& address, const std::string& reason);
+
     // ---- Requests to the window ----
     // Show this address in the browser view.
     std::function<void(const std::string& url)> navigate;
@@ -107,4 +114,5 @@ private:
     Ports ports_;
     bool busy_ = false;
     int pagesStored_ = 0;
+    int pagesFailed_ = 0;
 };

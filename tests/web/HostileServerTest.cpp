@@ -271,6 +271,7 @@ const Hostile kHostile[] = {
     // Qt itself refuses a body that inflates out of all proportion.
     {"/spaces.htm", TransferFailure::Network, "Decompression failed"},
     {"/stall.htm", TransferFailure::TimeLimit, "no complete answer within 5000 ms"},
+    {"/missing.htm", TransferFailure::HttpStatus, "HTTP status 404"},
 };
 
 TEST_F(HostileCrawl, FloodsAndStallsFailAtTheirLimitAndTheCrawlGoesOn) {
@@ -303,6 +304,13 @@ TEST_F(HostileCrawl, FloodsAndStallsFailAtTheirLimitAndTheCrawlGoesOn) {
             c.hold(std::chrono::seconds(10));
         }
     });
+    // An error page whose body never ends fails on its head.
+    server.route("/missing.htm", [&](Connection& c) {
+        if (c.write("HTTP/1.1 404 Not Found\r\nConnection: close\r\n" + kHtml + "\r\n")) {
+            while (c.write(flood)) {
+            }
+        }
+    });
     const std::string normal = "<p>write to office@site.example</p><a href=\"next.htm\">next</a>";
     server.route("/normal.htm", Page(normal));
     // The crawl takes a level's pages last link first, and a level ends at a
@@ -311,7 +319,8 @@ TEST_F(HostileCrawl, FloodsAndStallsFailAtTheirLimitAndTheCrawlGoesOn) {
     const std::string index =
         "<a href=\"normal.htm\">n</a> <a href=\"endless.htm\">e</a> <a "
         "href=\"declared.htm\">d</a> <a href=\"chunked.htm\">c</a> <a href=\"gzip.htm\">g</a> "
-        "<a href=\"spaces.htm\">z</a> <a href=\"stall.htm\">s</a> <a href=\"first.htm\">f</a>";
+        "<a href=\"spaces.htm\">z</a> <a href=\"stall.htm\">s</a> <a href=\"missing.htm\">m</a> "
+        "<a href=\"first.htm\">f</a>";
     server.route("/index.htm", Page(index));
     // The peak of each visit, from its start to the next one's.
     std::vector<long long> peaks;

@@ -94,6 +94,16 @@ TEST_F(Commands, OnlineCrawlRunsLikeRun) {
     EXPECT_EQ(r.err, "There is no process setting, so the files can not be process.\n");
 }
 
+TEST_F(Commands, APageThatDoesNotComeIsToldAndStoredEmpty) {
+    server.page("/broken.htm", "<a href=\"gone.htm\">g</a>");
+    Result r =
+        gleanmark({"crawl", "--depth", "2", "--offline", "--tmp-dir", "pages", "~/broken.htm"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "gleanmark: " + server.url("/gone.htm") + ": HTTP status 404\n");
+    EXPECT_EQ(r.out, pages(0) + "\n" + pages(1) + "\n" + pages(2) + "\n");
+    EXPECT_EQ(ReadBytes(pages(2)), "\r\n");  // after the start page and "False"
+}
+
 TEST_F(Commands, CrawlThatEndsBeforeTheDepthStartsNoRun) {
     Result r = gleanmark({"crawl", "--depth", "3", "--email", "--tmp-dir", "pages", "~/lone.htm"});
     EXPECT_EQ(r.status, 0);

@@ -422,14 +422,16 @@ TEST_F(WebWindowTest, AddressesThatLeadNowhereNeitherHangNorCrash) {
     QDesktopServices::setUrlHandler("gopher", &desktop, "open");
     const QString closed = QString("127.0.0.1:%1").arg(ClosedLoopbackPort());
     // The empty address counts as visited already, so its crawl stores nothing.
-    const std::pair<QString, const char*> cases[] = {
-        {"", "Pages stored: 0"},
-        {"   ", "Pages stored: 1"},
-        {"no address", "Pages stored: 1"},
-        {"gopher://" + closed + "/x.html", "Pages stored: 1"},
-        {"http://" + closed + "/index.html", "Pages stored: 1"}};
+    // Only a page that a server should have sent counts as failed.
+    const std::tuple<QString, const char*, QString> cases[] = {
+        {"", "Pages stored: 0", ""},
+        {"   ", "Pages stored: 1", ""},
+        {"no address", "Pages stored: 1", ""},
+        {"gopher://" + closed + "/x.html", "Pages stored: 1", ""},
+        {"http://" + closed + "/index.html", "Pages stored: 1",
+         "Pages failed: 1 (last: http://" + closed + "/index.html: network error: "}};
     openWebWindow();
-    for (const auto& [text, pages] : cases) {
+    for (const auto& [text, pages, failed] : cases) {
         SCOPED_TRACE(text.toStdString());
         type(text, true);
         QTest::qWait(200);
@@ -441,6 +443,8 @@ TEST_F(WebWindowTest, AddressesThatLeadNowhereNeitherHangNorCrash) {
         prompts.shown.clear();
         crawl();
         EXPECT_EQ(web<QLabel>("lblPages")->text(), pages);
+        EXPECT_EQ(web<QLabel>("lblFailed")->text().left(failed.size()), failed);
+        EXPECT_EQ(web<QLabel>("lblFailed")->text().isEmpty(), failed.isEmpty());
         EXPECT_TRUE(web<QToolButton>("Process")->isEnabled());
         EXPECT_EQ(prompts.shown.size(), 1u);
     }

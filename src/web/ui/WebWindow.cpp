@@ -181,6 +181,9 @@ void WebWindow::buildStatusLine() {
     binding_.add("lblVisiting", visiting);
     visiting->setTextInteractionFlags(Qt::TextSelectableByMouse);
     statusBar()->addWidget(visiting, 1);
+    auto* failed = new QLabel(statusBar());
+    binding_.add("lblFailed", failed);
+    statusBar()->addPermanentWidget(failed);
     auto* pages = new QLabel(statusBar());
     binding_.add("lblPages", pages);
     statusBar()->addPermanentWidget(pages);

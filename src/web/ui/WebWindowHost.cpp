@@ -39,6 +39,13 @@ void WebWindowHost::show() {
             }
         });
         WebForm& form = parts_->form;
+        // A page that does not come is told in the status line; an address
+        // that is none (as the crawl's "False") is not news.
+        parts_->fetcher.onTransferEnd = [&form](const TransferOutcome& o) {
+            if (o.failure != TransferFailure::None && o.failure != TransferFailure::Address) {
+                form.pageFailed(o.address, o.reason);
+            }
+        };
         form.crawler.onVisit = [this, shown = form.crawler.onVisit](const std::string& address) {
             if (shown) {
                 shown(address);
