@@ -103,8 +103,12 @@ void Crawler::visit(Stack& stack, const std::string& address, bool enableFilter)
     }
     try {
         SetUrlSearched(address);
-        const std::string page = ports_.store.GetDocument(address);
-        ports_.store.StoreInternetPage(page, address);
+        {
+            // The page's text goes once it is stored, before the page is
+            // loaded again for its links: a big page is held once, not twice.
+            const std::string page = ports_.store.GetDocument(address);
+            ports_.store.StoreInternetPage(page, address);
+        }
         CollectLinks(address);
         for (int n = 0; n < kLinkSlots && !pageLinks[n].empty(); ++n) {
             std::string link = pageLinks[n];

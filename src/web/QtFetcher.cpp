@@ -3,6 +3,7 @@
 #include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QTemporaryFile>
 #include <QTimer>
 #include <algorithm>
 #include <utility>
@@ -19,21 +20,18 @@ constexpr int kPollMs = 20;
 constexpr qint64 kReadBufferBytes = 256 * 1024;
 constexpr qint64 kPieceBytes = 256 * 1024;
 constexpr int kDrainMs = 10;
-// The largest limit a body reserves whole.
-constexpr size_t kWholeLimitBytes = 512 * 1024 * 1024;
+// A body larger than this is kept in a temporary file while it comes, so a
+// page that turns out to pass the limit (an endless one, say) never takes
+// more memory than this; a page that comes whole is read back from the file
+// once, when it is taken.
+constexpr size_t kInMemoryBytes = 8 * 1024 * 1024;
 
-// What a body that needs `size` bytes grows to. A body of unknown length
-// gets room for all the limit allows at once: a block that big is mapped
-// from the system and only the pages written become resident, so the body
-// is never copied as it grows and its memory goes back to the system when
-// it is freed (smaller blocks, once freed, tend to stay with the process).
-// Only a limit too large to map at once grows by doubling.
-size_t Capacity(size_t size, size_t capacity, qint64 limit) {
-    const size_t most = static_cast<size_t>(limit) + 1;
-    if (most <= kWholeLimitBytes) {
-        return most;
-    }
-    return std::min(std::max({size, 2 * capacity, kWholeLimitBytes}), most);
+// What a body in memory that needs `size` bytes grows to: at once to all a
+// body in memory may hold, a block that is mapped from the system, whose
+// pages become resident only as they are written and go back to the system
+// when it is freed; past that (no temporary file to be had), by doubling.
+size_t Capacity(size_t size, size_t capacity) {
+    return std::max({size, 2 * capacity, kInMemoryBytes + static_cast<size_t>(kPieceBytes)});
 }
 
 }  // namespace
@@ -77,7 +75,16 @@ void HttpTransfer::drop() {
 }
 
 std::string HttpTransfer::takeBody() {
-    return std::exchange(body_, std::string());
+    if (!spill_) {
+        return std::exchange(body_, std::string());
+    }
+    std::string body;
+    body.resize(static_cast<size_t>(received_));
+    spill_->seek(0);
+    const qint64 got = spill_->read(body.data(), received_);
+    body.resize(static_cast<size_t>(std::max<qint64>(got, 0)));
+    spill_.reset();
+    return body;
 }
 
 void HttpTransfer::start(const std::string& address) {
@@ -86,6 +93,8 @@ void HttpTransfer::start(const std::string& address) {
     drop();
     address_ = address;
     std::string().swap(body_);
+    spill_.reset();
+    received_ = 0;
     finalUrl_ = QUrl();
     failure_ = TransferFailure::None;
     reason_.clear();
@@ -166,7 +175,8 @@ void HttpTransfer::headReceived() {
         finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(announced) +
                                                " bytes passes the limit of " +
                                                std::to_string(limits_.bytes));
-    } else if (announced > 0 && static_cast<size_t>(announced) > body_.capacity()) {
+    } else if (announced > 0 && static_cast<size_t>(announced) <= kInMemoryBytes &&
+               static_cast<size_t>(announced) > body_.capacity()) {
         body_.reserve(static_cast<size_t>(announced));
     }
 }
@@ -179,22 +189,44 @@ void HttpTransfer::receive() {
     char* piece = piece_.get();
     while (running_ && reply) {
         // One byte past the limit is enough to tell that the body passes it.
-        const qint64 room = limits_.bytes + 1 - static_cast<qint64>(body_.size());
+        const qint64 room = limits_.bytes + 1 - received_;
         const qint64 got = reply->read(piece, std::min(kPieceBytes, room));
         if (got <= 0) {
             return;
         }
-        const size_t size = body_.size() + static_cast<size_t>(got);
-        if (size > body_.capacity()) {
-            body_.reserve(Capacity(size, body_.capacity(), limits_.bytes));
-        }
-        body_.append(piece, static_cast<size_t>(got));
-        if (static_cast<qint64>(body_.size()) > limits_.bytes) {
+        received_ += got;
+        if (received_ > limits_.bytes) {
             finish(TransferFailure::SizeLimit,
                    "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
             return;
         }
+        if (!keep(piece, got)) {
+            finish(TransferFailure::Network, "the page cannot be kept in a temporary file");
+            return;
+        }
     }
+}
+
+bool HttpTransfer::keep(const char* piece, qint64 size) {
+    if (spill_) {
+        return spill_->write(piece, size) == size;
+    }
+    const size_t needed = body_.size() + static_cast<size_t>(size);
+    if (needed > kInMemoryBytes) {
+        auto file = std::make_unique<QTemporaryFile>();
+        const qint64 held = static_cast<qint64>(body_.size());
+        if (file->open() && file->write(body_.data(), held) == held) {
+            spill_ = std::move(file);
+            std::string().swap(body_);
+            return spill_->write(piece, size) == size;
+        }
+        // No temporary file: the body stays in memory, within the limit.
+    }
+    if (needed > body_.capacity()) {
+        body_.reserve(Capacity(needed, body_.capacity()));
+    }
+    body_.append(piece, static_cast<size_t>(size));
+    return true;
 }
 
 bool HttpTransfer::running() const {
@@ -212,11 +244,14 @@ void HttpTransfer::finish(TransferFailure failure, const std::string& reason) {
     drain_.stop();
     drop();
     if (failure != TransferFailure::None) {
-        // Frees the memory, which clear() and assigning an empty string keep.
+        // Frees the memory, which clear() and assigning an empty string keep,
+        // and the temporary file.
         std::string().swap(body_);
+        spill_.reset();
+        received_ = 0;
     }
     if (onEnd) {
-        onEnd({address_, failure_, reason_, static_cast<qint64>(body_.size())});
+        onEnd({address_, failure_, reason_, received_});
     }
     if (waiting_) {
         waiting_->quit();

@@ -13,6 +13,7 @@
 class QEventLoop;
 class QNetworkAccessManager;
 class QNetworkReply;
+class QTemporaryFile;
 
 // What a network transfer may take before it counts as failed.
 struct FetchLimits {
@@ -46,6 +47,8 @@ struct TransferOutcome {
 // buffer no more than one read buffer, so a server that sends faster than the
 // body is taken in is held back by the connection and never by memory; a body
 // that passes the limit ends the transfer at once and its memory is freed.
+// A body past a few megabytes waits in a temporary file until it is taken,
+// so a page that turns out too big never costs memory on its way.
 // Qt's network thread makes one exception: it reads the body of a 401 or 407
 // answer whole before the reply learns of the answer at all, so only the time
 // limit ends such a transfer, and only once that thread looks up.
@@ -60,9 +63,8 @@ public:
     bool running() const;
     // Runs the event loop until the transfer ends or `ms` have passed.
     void wait(int ms);
-    // The body as received; empty when the transfer failed.
-    const std::string& body() const { return body_; }
-    // Hands the body over, leaving the transfer without it.
+    // Hands the body over, leaving the transfer without it; empty when the
+    // transfer failed.
     std::string takeBody();
     bool failed() const { return failure_ != TransferFailure::None; }
     TransferFailure failure() const { return failure_; }
@@ -79,6 +81,8 @@ private:
     void headReceived();
     // Moves what the reply holds into the body, a piece at a time.
     void receive();
+    // Keeps a piece of the body; false when it cannot be kept.
+    bool keep(const char* piece, qint64 size);
     // Ends the transfer on the reply's error status or error.
     void failed(QNetworkReply* reply);
     void finish(TransferFailure failure, const std::string& reason = {});
@@ -94,6 +98,9 @@ private:
     QPointer<QNetworkReply> reply_;
     std::string address_;
     std::unique_ptr<char[]> piece_;  // what one read from the reply takes
+    // A big body while it comes: in a temporary file, not in `body_`.
+    std::unique_ptr<QTemporaryFile> spill_;
+    qint64 received_ = 0;  // the body's bytes so far
     std::string body_;
     QUrl finalUrl_;
     bool running_ = false;
