@@ -4,9 +4,11 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QTemporaryFile>
+
 #include <QTimer>
 #include <algorithm>
 #include <utility>
+#include "PlainHttp.h"
 
 namespace {
 
@@ -58,6 +60,7 @@ HttpTransfer::~HttpTransfer() {
 }
 
 void HttpTransfer::drop() {
+    dropPlain();
     QNetworkReply* reply = reply_;
     reply_ = nullptr;
     if (reply) {
@@ -105,6 +108,16 @@ void HttpTransfer::start(const std::string& address) {
         finish(TransferFailure::Address, "not an http or https address");
         return;
     }
+    redirects_ = 0;
+    deadline_.start(limits_.timeMs);
+    request(url);
+}
+
+void HttpTransfer::request(const QUrl& url) {
+    if (url.scheme().toLower() == "http") {
+        requestPlain(url);
+        return;
+    }
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
@@ -143,8 +156,81 @@ void HttpTransfer::start(const std::string& address) {
             finish(TransferFailure::None);
         }
     });
-    deadline_.start(limits_.timeMs);
     drain_.start();
+}
+
+void HttpTransfer::requestPlain(const QUrl& url) {
+    finalUrl_ = url;
+    PlainHttpGet::Handlers handlers;
+    handlers.head = [this](int status, const QUrl& location) {
+        if (status >= 400) {
+            finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+            return false;
+        }
+        if (!location.isValid() || location.isEmpty()) {
+            return true;
+        }
+        // A redirect, followed as Qt follows them for https: at most ten,
+        // and never from https to http (a plain transfer never starts there).
+        if (++redirects_ > kMaxRedirects) {
+            finish(TransferFailure::Network, "network error: too many redirects");
+            return false;
+        }
+        QTimer::singleShot(0, &guard_, [this, location] {
+            if (!running_) {
+                return;
+            }
+            dropPlain();
+            const QString scheme = location.scheme().toLower();
+            if ((scheme != "http" && scheme != "https") || location.host().isEmpty()) {
+                finish(TransferFailure::Network, "network error: a redirect to no web address");
+                return;
+            }
+            request(location);
+        });
+        return false;
+    };
+    handlers.length = [this](qint64 length) {
+        if (length > limits_.bytes) {
+            finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(length) +
+                                                   " bytes passes the limit of " +
+                                                   std::to_string(limits_.bytes));
+            return false;
+        }
+        if (static_cast<size_t>(length) <= kInMemoryBytes) {
+            body_.reserve(static_cast<size_t>(length));
+        }
+        return true;
+    };
+    handlers.body = [this](const char* data, qint64 size) {
+        received_ += size;
+        if (received_ > limits_.bytes) {
+            finish(TransferFailure::SizeLimit,
+                   "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
+            return false;
+        }
+        if (!keep(data, size)) {
+            finish(TransferFailure::Network, "the page cannot be kept in a temporary file");
+            return false;
+        }
+        return running_;
+    };
+    handlers.end = [this](const std::string& error) {
+        if (error.empty()) {
+            finish(TransferFailure::None);
+        } else {
+            finish(TransferFailure::Network, "network error: " + error);
+        }
+    };
+    plain_ = std::make_unique<PlainHttpGet>(url, std::move(handlers));
+}
+
+void HttpTransfer::dropPlain() {
+    if (plain_) {
+        // It may be in the middle of a call that ended the transfer.
+        plain_->stop();
+        plain_.release()->deleteLater();
+    }
 }
 
 void HttpTransfer::failed(QNetworkReply* reply) {

@@ -12,6 +12,7 @@
 
 class QEventLoop;
 class QNetworkAccessManager;
+class PlainHttpGet;
 class QNetworkReply;
 class QTemporaryFile;
 
@@ -43,15 +44,17 @@ struct TransferOutcome {
 // Anything else (another scheme, a refused connection, an unknown host, an
 // HTTP error status, a limit passed) fails with an empty body.
 //
-// The body is read from the reply in pieces as it arrives, and the reply may
-// buffer no more than one read buffer, so a server that sends faster than the
-// body is taken in is held back by the connection and never by memory; a body
-// that passes the limit ends the transfer at once and its memory is freed.
-// A body past a few megabytes waits in a temporary file until it is taken,
-// so a page that turns out too big never costs memory on its way.
-// Qt's network thread makes one exception: it reads the body of a 401 or 407
-// answer whole before the reply learns of the answer at all, so only the time
-// limit ends such a transfer, and only once that thread looks up.
+// The body is read in pieces as it arrives from a connection that buffers no
+// more than one read buffer, so a server that sends faster than the body is
+// taken in is held back by the connection and never by memory; a body that
+// passes the limit ends the transfer at once and its memory is freed. A body
+// past a few megabytes waits in a temporary file until it is taken, so a
+// page that turns out too big never costs memory on its way.
+//
+// Plain http goes over a socket of our own (PlainHttpGet): Qt's HTTP layer
+// reads a chunked body, and the whole body of a 401 or 407 answer, as fast
+// as the server sends, whatever the reply's read buffer. https goes through
+// Qt, where those two remain.
 class HttpTransfer {
 public:
     HttpTransfer(QNetworkAccessManager& manager, const FetchLimits& limits);
@@ -77,6 +80,10 @@ public:
     std::function<void(const TransferOutcome&)> onEnd;
 
 private:
+    // Asks for `url`: plain http on a socket of our own, https through Qt.
+    void request(const QUrl& url);
+    void requestPlain(const QUrl& url);
+    void dropPlain();
     // Checks the status and the announced length as soon as the head is in.
     void headReceived();
     // Moves what the reply holds into the body, a piece at a time.
@@ -96,6 +103,8 @@ private:
     QTimer drain_;  // reads now and then, for the bodies no signal announces
     QEventLoop* waiting_ = nullptr;
     QPointer<QNetworkReply> reply_;
+    std::unique_ptr<PlainHttpGet> plain_;
+    int redirects_ = 0;
     std::string address_;
     std::unique_ptr<char[]> piece_;  // what one read from the reply takes
     // A big body while it comes: in a temporary file, not in `body_`.
