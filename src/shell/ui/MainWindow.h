@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "MainForm.h"
 #include "ResultGridModel.h"
 
 class MainForm;
@@ -51,3 +52,18 @@ private:
     bool inClick_ = false;
     std::string mouseUpPending_;
 };
+
+template <typename F>
+void MainWindow::act(const std::string& source, F&& action) {
+    if (syncing_) {
+        return;
+    }
+    action();
+    // The widget the user touched may already show a state the form did not
+    // take (a click ignored during a run, a selected option clicked again), so
+    // it is brought back to the form's state along with what changed.
+    if (form_.controls.has(source)) {
+        form_.controls[source];
+    }
+    sync();
+}
