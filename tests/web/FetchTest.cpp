@@ -43,6 +43,13 @@ protected:
         binary.body = bytes;
         binary.contentType = "application/octet-stream";
         server.route("/data.asp", binary);
+        // A redirect whose body is larger than the reply's read buffer.
+        R moved = R::Redirect("/new.htm");
+        moved.body = std::string(1024 * 1024, 'm');
+        server.route("/moved.htm", moved);
+        R broken;
+        broken.status = 500;
+        server.route("/broken.htm", broken);
     }
     LoopbackServer server;
     ScriptedPump pump;
@@ -53,6 +60,7 @@ struct FetchCase {
     std::string address;  // "~" stands for the server's address
     std::string expected;
     std::vector<std::string> requests;
+    TransferFailure failure = TransferFailure::None;
 };
 
 class Fetching : public Site, public ::testing::WithParamInterface<FetchCase> {};
@@ -66,8 +74,16 @@ TEST_P(Fetching, ReturnsTheBodyUnchangedOrNothing) {
         address.replace(at, 1, server.url().substr(7));
     }
     QtFetcher fetcher(kTestLimits);
+    std::vector<TransferOutcome> ended;
+    fetcher.onTransferEnd = [&](const TransferOutcome& o) { ended.push_back(o); };
     EXPECT_EQ(Fetch(fetcher, pump, address), c.expected);
     EXPECT_EQ(server.log, c.requests);
+    // Why it failed, told once, as the transfer ends.
+    EXPECT_EQ(fetcher.failure(), c.failure) << fetcher.reason();
+    ASSERT_EQ(ended.size(), 1u);
+    EXPECT_EQ(ended[0].failure, c.failure);
+    EXPECT_EQ(ended[0].reason.empty(), c.failure == TransferFailure::None) << ended[0].reason;
+    EXPECT_EQ(ended[0].bytes, static_cast<qint64>(c.expected.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -86,15 +102,21 @@ INSTANTIATE_TEST_SUITE_P(
                   }(),
                   {"/data.asp"}},
         FetchCase{"RedirectFollowed", "~/old.htm", "new page", {"/old.htm", "/new.htm"}},
-        FetchCase{"NotFound", "~/missing.htm", "", {"/missing.htm"}},
-        FetchCase{"HeadersThenStall", "~/stall.htm", "", {"/stall.htm"}},
-        FetchCase{"NeverAnswers", "~/silent.htm", "", {"/silent.htm"}},
-        FetchCase{"LengthOverTheLimit", "~/big.htm", "", {"/big.htm"}},
-        FetchCase{"BodyOverTheLimit", "~/flood.htm", "", {"/flood.htm"}},
+        FetchCase{"RedirectWithABigBody", "~/moved.htm", "new page", {"/moved.htm", "/new.htm"}},
+        FetchCase{"ServerError", "~/broken.htm", "", {"/broken.htm"}, TransferFailure::HttpStatus},
+        FetchCase{"NotFound", "~/missing.htm", "", {"/missing.htm"}, TransferFailure::HttpStatus},
+        FetchCase{
+            "HeadersThenStall", "~/stall.htm", "", {"/stall.htm"}, TransferFailure::TimeLimit},
+        FetchCase{"NeverAnswers", "~/silent.htm", "", {"/silent.htm"}, TransferFailure::TimeLimit},
+        FetchCase{"LengthOverTheLimit", "~/big.htm", "", {"/big.htm"}, TransferFailure::SizeLimit},
+        FetchCase{
+            "BodyOverTheLimit", "~/flood.htm", "", {"/flood.htm"}, TransferFailure::SizeLimit},
         FetchCase{"BodyUnderTheLimit", "~/half.htm", std::string(512 * 1024, 'x'), {"/half.htm"}},
-        FetchCase{"Empty", "", "", {}}, FetchCase{"NoAddress", "no address at all", "", {}},
-        FetchCase{"False", "False", "", {}}, FetchCase{"OtherScheme", "ftp://~/plain.htm", "", {}},
-        FetchCase{"NoHost", "http:///plain.htm", "", {}}),
+        FetchCase{"Empty", "", "", {}, TransferFailure::Address},
+        FetchCase{"NoAddress", "no address at all", "", {}, TransferFailure::Address},
+        FetchCase{"False", "False", "", {}, TransferFailure::Address},
+        FetchCase{"OtherScheme", "ftp://~/plain.htm", "", {}, TransferFailure::Address},
+        FetchCase{"NoHost", "http:///plain.htm", "", {}, TransferFailure::Address}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Site, WaitsYieldToTheEventLoopAndEndAtTheTimeLimit) {
