@@ -128,10 +128,9 @@ struct WebSession {
         settings.overrides = overrides;
         pump.form = &web;
         // A page that does not come is stored empty and the crawl goes on;
-        // the user is told why. An address that is none (as the crawl's
-        // "False") is not news.
+        // the user is told why.
         fetcher.onTransferEnd = [](const TransferOutcome& o) {
-            if (o.failure != TransferFailure::None && o.failure != TransferFailure::Address) {
+            if (PageDidNotCome(o)) {
                 std::cerr << "gleanmark: " << o.address << ": " << o.reason << "\n";
             }
         };

@@ -163,8 +163,7 @@ void HttpTransfer::requestPlain(const QUrl& url) {
     finalUrl_ = url;
     PlainHttpGet::Handlers handlers;
     handlers.head = [this](int status, const QUrl& location) {
-        if (status >= 400) {
-            finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+        if (!statusAccepted(status)) {
             return false;
         }
         if (!location.isValid() || location.isEmpty()) {
@@ -190,31 +189,8 @@ void HttpTransfer::requestPlain(const QUrl& url) {
         });
         return false;
     };
-    handlers.length = [this](qint64 length) {
-        if (length > limits_.bytes) {
-            finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(length) +
-                                                   " bytes passes the limit of " +
-                                                   std::to_string(limits_.bytes));
-            return false;
-        }
-        if (static_cast<size_t>(length) <= kInMemoryBytes) {
-            body_.reserve(static_cast<size_t>(length));
-        }
-        return true;
-    };
-    handlers.body = [this](const char* data, qint64 size) {
-        received_ += size;
-        if (received_ > limits_.bytes) {
-            finish(TransferFailure::SizeLimit,
-                   "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
-            return false;
-        }
-        if (!keep(data, size)) {
-            finish(TransferFailure::Network, "the page cannot be kept in a temporary file");
-            return false;
-        }
-        return running_;
-    };
+    handlers.length = [this](qint64 length) { return lengthAccepted(length); };
+    handlers.body = [this](const char* data, qint64 size) { return take(data, size); };
     handlers.end = [this](const std::string& error) {
         if (error.empty()) {
             finish(TransferFailure::None);
@@ -234,36 +210,43 @@ void HttpTransfer::dropPlain() {
 }
 
 void HttpTransfer::failed(QNetworkReply* reply) {
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status >= 400) {
-        finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
-    } else {
+    if (statusAccepted(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt())) {
         finish(TransferFailure::Network, "network error: " + reply->errorString().toStdString());
     }
 }
 
+bool HttpTransfer::statusAccepted(int status) {
+    if (status < 400) {
+        return true;
+    }
+    // The transfer fails whatever the body, so none of it is read.
+    finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+    return false;
+}
+
+bool HttpTransfer::lengthAccepted(qint64 length) {
+    if (length > limits_.bytes) {
+        finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(length) +
+                                               " bytes passes the limit of " +
+                                               std::to_string(limits_.bytes));
+        return false;
+    }
+    if (length > 0 && static_cast<size_t>(length) <= kInMemoryBytes) {
+        body_.reserve(static_cast<size_t>(length));
+    }
+    return true;
+}
+
 void HttpTransfer::headReceived() {
     QNetworkReply* reply = reply_;
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status >= 400) {
-        // The transfer fails whatever the body, so none of it is read.
-        finish(TransferFailure::HttpStatus, "HTTP status " + std::to_string(status));
+    if (!statusAccepted(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt())) {
         return;
     }
     // Qt drops the length of a body it decompresses, so a length here is the
     // body's own.
     const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-    if (!length.isValid()) {
-        return;
-    }
-    const qint64 announced = length.toLongLong();
-    if (announced > limits_.bytes) {
-        finish(TransferFailure::SizeLimit, "announced body of " + std::to_string(announced) +
-                                               " bytes passes the limit of " +
-                                               std::to_string(limits_.bytes));
-    } else if (announced > 0 && static_cast<size_t>(announced) <= kInMemoryBytes &&
-               static_cast<size_t>(announced) > body_.capacity()) {
-        body_.reserve(static_cast<size_t>(announced));
+    if (length.isValid()) {
+        lengthAccepted(length.toLongLong());
     }
 }
 
@@ -277,20 +260,24 @@ void HttpTransfer::receive() {
         // One byte past the limit is enough to tell that the body passes it.
         const qint64 room = limits_.bytes + 1 - received_;
         const qint64 got = reply->read(piece, std::min(kPieceBytes, room));
-        if (got <= 0) {
-            return;
-        }
-        received_ += got;
-        if (received_ > limits_.bytes) {
-            finish(TransferFailure::SizeLimit,
-                   "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
-            return;
-        }
-        if (!keep(piece, got)) {
-            finish(TransferFailure::Network, "the page cannot be kept in a temporary file");
+        if (got <= 0 || !take(piece, got)) {
             return;
         }
     }
+}
+
+bool HttpTransfer::take(const char* piece, qint64 size) {
+    received_ += size;
+    if (received_ > limits_.bytes) {
+        finish(TransferFailure::SizeLimit,
+               "body passes the limit of " + std::to_string(limits_.bytes) + " bytes");
+        return false;
+    }
+    if (!keep(piece, size)) {
+        finish(TransferFailure::Network, "the page cannot be kept in a temporary file");
+        return false;
+    }
+    return running_;
 }
 
 bool HttpTransfer::keep(const char* piece, qint64 size) {

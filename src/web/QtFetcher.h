@@ -40,6 +40,12 @@ struct TransferOutcome {
     qint64 bytes = 0;    // the body's size; 0 after a failure
 };
 
+// True when a server should have sent the page and did not: every failure
+// but an address that is none (as the crawl's "False").
+inline bool PageDidNotCome(const TransferOutcome& outcome) {
+    return outcome.failure != TransferFailure::None && outcome.failure != TransferFailure::Address;
+}
+
 // One GET over http or https with redirects followed and the limits applied.
 // Anything else (another scheme, a refused connection, an unknown host, an
 // HTTP error status, a limit passed) fails with an empty body.
@@ -88,6 +94,12 @@ private:
     void headReceived();
     // Moves what the reply holds into the body, a piece at a time.
     void receive();
+    // False, with the transfer ended, for an error status or a body
+    // announced past the limit.
+    bool statusAccepted(int status);
+    bool lengthAccepted(qint64 length);
+    // Counts and keeps a piece of the body; false once the transfer is over.
+    bool take(const char* piece, qint64 size);
     // Keeps a piece of the body; false when it cannot be kept.
     bool keep(const char* piece, qint64 size);
     // Ends the transfer on the reply's error status or error.

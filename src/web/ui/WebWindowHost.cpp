@@ -39,10 +39,9 @@ void WebWindowHost::show() {
             }
         });
         WebForm& form = parts_->form;
-        // A page that does not come is told in the status line; an address
-        // that is none (as the crawl's "False") is not news.
+        // A page that does not come is told in the status line.
         parts_->fetcher.onTransferEnd = [&form](const TransferOutcome& o) {
-            if (o.failure != TransferFailure::None && o.failure != TransferFailure::Address) {
+            if (PageDidNotCome(o)) {
                 form.pageFailed(o.address, o.reason);
             }
         };
