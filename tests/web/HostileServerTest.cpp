@@ -14,6 +14,7 @@
 #include "Fakes.h"
 #include "GumboDocument.h"
 #include "HostileServer.h"
+#include "NetworkForm.h"
 #include "QtFetcher.h"
 #include "TempDir.h"
 #include "WebFakes.h"
@@ -213,10 +214,9 @@ HostileServer::Route Page(const std::string& body) {
             body](Connection& c) { c.write(head + body); };
 }
 
-class HostileCrawl : public ::testing::Test {
+class HostileCrawl : public ::testing::Test, protected NetworkForm {
 protected:
-    HostileCrawl() {
-        settings.preset("TmpPath", dir.path() + "/pages/");
+    HostileCrawl() : NetworkForm(kLimits) {
         fetcher.onTransferEnd =
             documents.onTransferEnd = [this](const TransferOutcome& o) { outcomes.push_back(o); };
     }
@@ -244,15 +244,6 @@ protected:
     }
 
     HostileServer server{std::chrono::seconds(15)};
-    TempDir dir;
-    QtFetcher fetcher{kLimits};
-    GumboDocumentSource documents{kLimits};
-    MemorySettings settings;
-    RecordingMainSide mainSide;
-    ScriptedPump pump;
-    RecordingPointer pointer;
-    FixedClock clock;
-    WebForm form{{fetcher, documents, settings, mainSide, pump, pointer, clock}};
     std::vector<std::string> visited;
     std::vector<TransferOutcome> outcomes;
 };

@@ -7,6 +7,7 @@
 #include "GumboDocument.h"
 #include "LoopbackServer.h"
 #include "MainFormSide.h"
+#include "NetworkForm.h"
 #include "QtFetcher.h"
 #include "WebFakes.h"
 #include "WebFiles.h"
@@ -50,11 +51,10 @@ void BuildSite(LoopbackServer& s) {
     s.page("/many.htm", many);
 }
 
-class SiteCrawl : public ::testing::Test {
+class SiteCrawl : public ::testing::Test, protected NetworkForm {
 protected:
-    SiteCrawl() {
+    SiteCrawl() : NetworkForm(kTestLimits) {
         BuildSite(server);
-        settings.preset("TmpPath", dir.path() + "/pages/");
         settings.preset("FilterDir", dir.path());
         dir.write("filter", "ads\r\n");
     }
@@ -71,16 +71,7 @@ protected:
     }
     std::string body(const std::string& path) { return ReadBytes(dir.path() + "/pages/" + path); }
 
-    TempDir dir;
     LoopbackServer server;
-    QtFetcher fetcher{kTestLimits};
-    GumboDocumentSource documents{kTestLimits};
-    MemorySettings settings;
-    RecordingMainSide mainSide;
-    ScriptedPump pump;
-    RecordingPointer pointer;
-    FixedClock clock;
-    WebForm form{{fetcher, documents, settings, mainSide, pump, pointer, clock}};
 };
 
 TEST_F(SiteCrawl, DepthOneFetchesTheStartPageTwiceAndStoresFalseEmpty) {
