@@ -5,6 +5,7 @@
 
 #include "Clock.h"
 #include "CommandLine.h"
+#include "HarvestCommand.h"
 #include "MainForm.h"
 #include "MainFormSide.h"
 #include "MainWindow.h"
@@ -24,6 +25,9 @@ int main(int argc, char* argv[]) {
         if (std::strcmp(argv[1], "run") == 0) {
             return RunCommandLine(argc, argv);
         }
+        if (std::strcmp(argv[1], "harvest") == 0) {
+            return HarvestCommandLine(argc, argv);
+        }
         if (std::strcmp(argv[1], "crawl") == 0 || std::strcmp(argv[1], "shortcut") == 0) {
             return WebCommandLine(argc, argv);
         }
@@ -32,6 +36,7 @@ int main(int argc, char* argv[]) {
                "       gleanmark run --help       process files from the command line\n"
                "       gleanmark crawl --help     crawl a web site and process its pages\n"
                "       gleanmark shortcut --help  save, clear and process shortcut addresses\n"
+               "       gleanmark harvest --help   find clean, validated contacts in files\n"
                "       gleanmark --version        print the version\n";
         return 2;
     }

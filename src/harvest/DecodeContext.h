@@ -13,11 +13,11 @@ namespace harvest {
 // Bounds that keep a hostile or broken input a problem of its own source
 // rather than an out-of-memory for the whole run.
 struct Limits {
-    int maxDepth = 16;                                // sources nested inside sources
-    std::int64_t maxMemberBytes = 256LL << 20;        // one container member, expanded
-    std::int64_t maxExpandedBytes = 4LL << 30;        // all members of one top-level source
-    double maxRatio = 1000.0;                         // expanded / compressed, for members over 1 MB
-    std::int64_t maxDocumentBytes = 256LL << 20;      // a PDF or an Office file, read whole
+    int maxDepth = 16;                            // sources nested inside sources
+    std::int64_t maxMemberBytes = 256LL << 20;    // one container member, expanded
+    std::int64_t maxExpandedBytes = 4LL << 30;    // all members of one top-level source
+    double maxRatio = 200.0;                      // expanded / compressed, for members over 1 MB
+    std::int64_t maxDocumentBytes = 256LL << 20;  // a PDF or an Office file, read whole
 };
 
 // The bytes of one source and where it sits.

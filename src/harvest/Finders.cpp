@@ -1,0 +1,112 @@
+// The finders over one piece of text: e-mail addresses, web addresses and
+// phone numbers, each placed by line, offset and the text around it.
+#include "Finders.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "AddressFinder.h"
+#include "DomainCheck.h"
+#include "PhoneFinder.h"
+#include "TextScan.h"
+#include "WebAddressFinder.h"
+
+namespace harvest {
+
+struct Finders::Impl {
+    explicit Impl(FinderOptions opts) : options(std::move(opts)) {
+        if (!options.phoneRegion.empty()) {
+            phones.emplace(options.phoneRegion);
+        }
+    }
+
+    // The names the piece's decoder knows, keyed as the found addresses are.
+    std::vector<std::pair<std::string, std::string>> hintedNames(const TextPiece& piece) {
+        std::vector<std::pair<std::string, std::string>> names;
+        for (const NameHint& hint : piece.names) {
+            std::string key = addresses.normalise(hint.address);
+            if (!key.empty() && !hint.name.empty()) {
+                names.emplace_back(std::move(key), hint.name);
+            }
+        }
+        return names;
+    }
+
+    FinderOptions options;
+    DomainCheck domains;
+    AddressFinder addresses{domains};
+    WebAddressFinder webAddresses{domains};
+    std::optional<PhoneFinder> phones;
+    std::vector<Find> finds;  // reused from piece to piece
+};
+
+Finders::Finders(FinderOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+
+Finders::~Finders() = default;
+
+void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
+    const std::string_view text = piece.text;
+    // Each finder hands on its finds in the order of the text; merging the
+    // runs puts them all in order.
+    std::vector<Find>& finds = impl_->finds;
+    finds.clear();
+    impl_->addresses.find(text, finds);
+    const std::size_t webFrom = finds.size();
+    if (impl_->options.webAddresses) {
+        impl_->webAddresses.find(text, finds);
+    }
+    const std::size_t phoneFrom = finds.size();
+    if (impl_->phones) {
+        impl_->phones->find(text, finds);
+    }
+    if (finds.empty()) {
+        return;
+    }
+    const auto byStart = [](const Find& a, const Find& b) { return a.start < b.start; };
+    const auto at = [&](std::size_t i) { return finds.begin() + static_cast<std::ptrdiff_t>(i); };
+    std::inplace_merge(at(0), at(webFrom), at(phoneFrom), byStart);
+    std::inplace_merge(at(0), at(phoneFrom), finds.end(), byStart);
+
+    const auto names = impl_->hintedNames(piece);
+    std::int64_t line = piece.firstLine;
+    std::size_t countedTo = 0;
+    for (Find& f : finds) {
+        if (f.what == FindKind::Email) {
+            for (const auto& [address, name] : names) {
+                if (address == f.address) {
+                    f.name = name;
+                    break;
+                }
+            }
+        }
+        // Finds come in the order of the text, so each newline is counted once.
+        while (countedTo < f.start) {
+            const void* nl = std::memchr(text.data() + countedTo, '\n', f.start - countedTo);
+            if (nl == nullptr) {
+                countedTo = f.start;
+                break;
+            }
+            ++line;
+            countedTo = static_cast<std::size_t>(static_cast<const char*>(nl) - text.data()) + 1;
+        }
+        Sighting& s = out.emplace_back();
+        s.what = f.what;
+        s.address = std::move(f.address);
+        s.name = std::move(f.name);
+        s.domain = std::move(f.domain);
+        s.reserved = f.reserved;
+        s.kind = f.kind;
+        s.origin = piece.origin;
+        s.line = line;
+        s.offset = piece.firstOffset + static_cast<std::int64_t>(f.start);
+        s.context = contextAround(text, f.start, f.end);
+    }
+    // A piece with a great many finds should not keep their room for good.
+    if (finds.capacity() > 4096) {
+        std::vector<Find>().swap(finds);
+    }
+}
+
+}  // namespace harvest

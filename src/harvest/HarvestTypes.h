@@ -45,8 +45,8 @@ struct Sighting {
     // its domain in lower case (Unicode for an internationalised one), a
     // normalised web address, or a phone number in E.164.
     std::string address;
-    std::string name;    // display name or link text, where known
-    std::string domain;  // e-mail: the domain; web: the host; phone: empty
+    std::string name;       // display name or link text, where known
+    std::string domain;     // e-mail: the domain; web: the host; phone: empty
     bool reserved = false;  // a name kept for documentation and tests
     // "personal", "role", "no-reply" for an e-mail address; "web"; "phone".
     std::string kind;

@@ -1,0 +1,156 @@
+// Mail messages and mbox files. An mbox is split by hand on its "From "
+// separator lines, so a file of many thousands of messages is one pass, and
+// each message is parsed by gmime from memory.
+#include "MailDecoder.h"
+
+#include <algorithm>
+
+#include <mutex>
+
+#include "Decoders.h"
+#include "TextDecoder.h"
+
+namespace harvest {
+namespace mail {
+namespace {
+
+void ensureGMime() {
+    static std::once_flag once;
+    std::call_once(once, [] { g_mime_init(); });
+}
+
+GPtr<GMimeMessage> parseMessage(std::string_view bytes) {
+    GPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
+    GPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+    g_mime_parser_set_format(parser.get(), GMIME_FORMAT_MESSAGE);
+    return GPtr<GMimeMessage>(g_mime_parser_construct_message(parser.get(), nullptr));
+}
+
+void decodeMessage(std::string_view bytes, const Origin& base, int depth, DecodeContext& context) {
+    const std::string prefix =
+        base.message ? "message " + std::to_string(*base.message) + ": " : std::string();
+    const GPtr<GMimeMessage> message = parseMessage(bytes);
+    if (!message) {
+        context.problem(base.source, prefix + "not a readable mail message");
+        return;
+    }
+    Origin origin = base;
+    origin.field.clear();
+    const char* id = g_mime_message_get_message_id(message.get());
+    origin.messageId = id ? cleanUtf8(id) : std::string();
+    const MessageScope scope{origin, depth, prefix, context};
+    decodeHeaders(GMIME_OBJECT(message.get()), scope);
+    if (GMimeObject* root = g_mime_message_get_mime_part(message.get())) {
+        decodeParts(root, scope);
+    }
+}
+
+// Whether a message may hold a line that mboxrd quoting changed.
+bool mayBeQuoted(std::string_view message) {
+    return message.starts_with('>') || message.find("\n>") != std::string_view::npos;
+}
+
+}  // namespace
+
+std::string unescapeFromLines(std::string_view message) {
+    std::string out;
+    out.reserve(message.size());
+    for (std::size_t at = 0; at < message.size();) {
+        const std::size_t eol = message.find('\n', at);
+        const std::size_t end = eol == std::string_view::npos ? message.size() : eol + 1;
+        std::string_view line = message.substr(at, end - at);
+        const std::size_t text = line.find_first_not_of('>');
+        if (text > 0 && text != std::string_view::npos && line.substr(text).starts_with("From ")) {
+            line.remove_prefix(1);
+        }
+        out += line;
+        at = end;
+    }
+    return out;
+}
+
+}  // namespace mail
+
+void decodeMail(const Blob& blob, DecodeContext& context) {
+    mail::ensureGMime();
+    std::string_view bytes = blob.bytes;
+    // A single message saved with its mbox separator line.
+    if (bytes.starts_with("From ")) {
+        const std::size_t eol = bytes.find('\n');
+        bytes = eol == std::string_view::npos ? std::string_view() : bytes.substr(eol + 1);
+    }
+    mail::decodeMessage(bytes, blob.origin, blob.depth, context);
+}
+
+void decodeMbox(const Blob& blob, DecodeContext& context) {
+    mail::ensureGMime();
+    const std::string_view all = blob.bytes;
+    // A separator is a "From " line after an empty line that ends in a year,
+    // as "From sender date" does, or whose next line is a header field.
+    // Writers that forget to escape "From " at the start of a body line leave
+    // such lines in messages; they do not split them.
+    auto endsWithYear = [](std::string_view line) {
+        while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) {
+            line.remove_suffix(1);
+        }
+        if (line.size() < 5 || line[line.size() - 5] != ' ') {
+            return false;
+        }
+        return std::all_of(line.end() - 4, line.end(), [](char c) { return c >= '0' && c <= '9'; });
+    };
+    auto isFieldLine = [](std::string_view line) {
+        std::size_t colon = 0;
+        while (colon < line.size() && colon < 77 && line[colon] > ' ' && line[colon] < 127 &&
+               line[colon] != ':') {
+            ++colon;
+        }
+        return colon > 0 && colon < line.size() && line[colon] == ':';
+    };
+    auto findSeparator = [&](std::size_t from) {
+        for (std::size_t hit = all.find("\nFrom ", from); hit != std::string_view::npos;
+             hit = all.find("\nFrom ", hit + 1)) {
+            bool afterEmpty = hit == 0 || all[hit - 1] == '\n' ||
+                              (all[hit - 1] == '\r' && hit >= 2 && all[hit - 2] == '\n');
+            std::size_t eol = all.find('\n', hit + 1);
+            if (afterEmpty && eol != std::string_view::npos &&
+                (endsWithYear(all.substr(hit + 1, eol - hit - 1)) ||
+                 isFieldLine(all.substr(eol + 1, 80)))) {
+                return hit;
+            }
+        }
+        return std::string_view::npos;
+    };
+    int number = 0;
+    auto decodeOne = [&](std::string_view message) {
+        Origin origin = blob.origin;
+        origin.message = ++number;
+        if (mail::mayBeQuoted(message)) {
+            mail::decodeMessage(mail::unescapeFromLines(message), origin, blob.depth, context);
+        } else {
+            mail::decodeMessage(message, origin, blob.depth, context);
+        }
+    };
+    std::size_t at = 0;
+    if (!all.starts_with("From ")) {
+        // Text before the first separator: a message whose separator was lost.
+        const std::size_t separator = findSeparator(0);
+        at = separator == std::string_view::npos ? all.size() : separator + 1;
+        if (all.substr(0, at).find_first_not_of(" \t\r\n") != std::string_view::npos) {
+            decodeOne(all.substr(0, at));
+        }
+    }
+    while (at < all.size() && !context.cancelled()) {
+        // at is on a "From " line; the message runs from the next line to the
+        // newline before the next separator.
+        const std::size_t eol = all.find('\n', at);
+        if (eol == std::string_view::npos) {
+            break;
+        }
+        const std::size_t separator = findSeparator(eol);
+        const std::size_t end = separator == std::string_view::npos ? all.size() : separator + 1;
+        decodeOne(all.substr(eol + 1, end - eol - 1));
+        at = end;
+    }
+}
+
+}  // namespace harvest

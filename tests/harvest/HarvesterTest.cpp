@@ -1,0 +1,216 @@
+// A whole harvest over folders of real-looking sources: every kind decoded,
+// found, validated, deduplicated and placed; bad sources reported without
+// losing the others; a run that is stopped keeps what it found.
+#include "Harvester.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "TempDir.h"
+#include "ZipMaker.h"
+
+namespace harvest {
+namespace {
+
+struct Outcome {
+    std::vector<Contact> contacts;
+    std::vector<Sighting> sightings;
+    std::vector<Problem> problems;
+    bool finished = false;
+};
+
+Outcome harvestPaths(std::vector<std::string> paths) {
+    HarvestOptions options;
+    options.paths = std::move(paths);
+    Harvester harvester(options);
+    std::atomic<bool> cancel{false};
+    Outcome run;
+    run.finished = harvester.run(cancel);
+    run.contacts = harvester.contacts();
+    run.sightings = harvester.sightings();
+    run.problems = harvester.problems();
+    return run;
+}
+
+const Contact* findContact(const Outcome& run, const std::string& address) {
+    for (const Contact& c : run.contacts) {
+        if (c.address == address) {
+            return &c;
+        }
+    }
+    return nullptr;
+}
+
+std::string problemsText(const Outcome& run) {
+    std::string text;
+    for (const Problem& p : run.problems) {
+        text += p.source + ": " + p.reason + "\n";
+    }
+    return text;
+}
+
+const char* const kMessage =
+    "Return-Path: <carol@mail.de>\r\n"
+    "Received: from relay (relay.mail.de [192.0.2.1]) by mx id 4711@relay.mail.de\r\n"
+    "From: =?UTF-8?B?Q2Fyb2wgSMO2bGw=?= <carol@mail.de>\r\n"
+    "To: team@firm.com\r\n"
+    "Message-ID: <20240101.abc@mail.de>\r\n"
+    "Subject: hello\r\n"
+    "MIME-Version: 1.0\r\n"
+    "Content-Type: text/plain; charset=utf-8\r\n"
+    "Content-Transfer-Encoding: quoted-printable\r\n"
+    "\r\n"
+    "Write to erin.long-name@resea=\r\nrch.firm.com soon.\r\n";
+
+TEST(Harvester, MixedFolderGivesCleanContactsWithTheirPlaces) {
+    TempDir dir;
+    dir.write("docs/a-notes.txt",
+              "Contact (ann.green@riverside.example.org), not logo@2x.png or @types/node.\n");
+    dir.write("docs/b-page.html",
+              "<html><body><p>Ask <a href=\"mailto:bob@shop.co.uk\">Bob Stone</a></p></body>"
+              "</html>");
+    dir.write("docs/c-message.eml", kMessage);
+    dir.write("docs/d-archive.zip", makeZip({{"inner/d.txt", "Dave: dave@firm.com\n"}}));
+    Outcome run = harvestPaths({dir.file("docs")});
+    EXPECT_TRUE(run.finished);
+    EXPECT_TRUE(run.problems.empty()) << problemsText(run);
+
+    struct Expected {
+        const char* address;
+        const char* name;
+        const char* kind;
+        bool reserved;
+        const char* firstSource;
+    };
+    const std::vector<Expected> expected = {
+        {"ann.green@riverside.example.org", "", "personal", true, "docs/a-notes.txt"},
+        {"bob@shop.co.uk", "Bob Stone", "personal", false, "docs/b-page.html"},
+        {"carol@mail.de", "Carol H\xC3\xB6ll", "personal", false, "docs/c-message.eml"},
+        {"team@firm.com", "", "role", false, "docs/c-message.eml"},
+        {"erin.long-name@research.firm.com", "", "personal", false, "docs/c-message.eml"},
+        {"dave@firm.com", "", "personal", false, "docs/d-archive.zip!inner/d.txt"},
+    };
+    for (const Expected& e : expected) {
+        const Contact* c = findContact(run, e.address);
+        ASSERT_NE(c, nullptr) << e.address;
+        EXPECT_EQ(c->name, e.name) << e.address;
+        EXPECT_EQ(c->kind, e.kind) << e.address;
+        EXPECT_EQ(c->reserved, e.reserved) << e.address;
+        EXPECT_EQ(c->firstSource, dir.file(e.firstSource)) << e.address;
+    }
+    for (const Contact& c : run.contacts) {
+        if (c.kind != "web") {
+            EXPECT_TRUE(c.address.find("2x.png") == std::string::npos &&
+                        c.address.find("abc@") == std::string::npos &&
+                        c.address.find("4711@") == std::string::npos)
+                << "not an address: " << c.address;
+        }
+    }
+    // Contacts come in the order of their first sighting: sources as sorted.
+    EXPECT_EQ(run.contacts.front().address, "ann.green@riverside.example.org");
+    for (const Sighting& s : run.sightings) {
+        if (s.address == "carol@mail.de" && s.origin.field == "From") {
+            EXPECT_EQ(s.origin.messageId, "20240101.abc@mail.de");
+        }
+    }
+}
+
+TEST(Harvester, BadSourcesAreProblemsOfTheirOwnAndTheOthersAreRead) {
+    TempDir dir;
+    std::string zip = makeZip({{"a.txt", std::string(5000, 'a') + " zed@firm.com"}});
+    zip[zip.size() / 2] ^= 0x55;
+    zip[zip.size() / 2 + 1] ^= 0x55;
+    dir.write("1-broken.zip", zip.substr(0, zip.size() - 40));
+    dir.write("2-truncated.pdf", "%PDF-1.4\n1 0 obj << /Type /Catalog");
+    dir.write("3-binary.bin", std::string("\0\xFF\xFE ok@firm.com \0\x80", 20));
+    dir.write("4-good.txt", "good@firm.com");
+    Outcome run = harvestPaths({dir.path()});
+    EXPECT_NE(findContact(run, "ok@firm.com"), nullptr);
+    EXPECT_NE(findContact(run, "good@firm.com"), nullptr);
+    std::map<std::string, int> problemsBySource;
+    for (const Problem& p : run.problems) {
+        ++problemsBySource[p.source.substr(dir.path().size() + 1, 5)];
+    }
+    EXPECT_GE(problemsBySource["1-bro"], 1) << problemsText(run);
+    EXPECT_GE(problemsBySource["2-tru"], 1) << problemsText(run);
+}
+
+TEST(Harvester, ContainersNestedTwentyDeepStopAtTheLimitWithAProblem) {
+    TempDir dir;
+    std::string inner = "deepest@firm.com";
+    for (int level = 20; level >= 1; --level) {
+        inner = makeZip({{"level" + std::to_string(level) + ".txt",
+                          "level" + std::to_string(level) + "@firm.com"},
+                         {"next.zip", inner}});
+    }
+    dir.write("nested.zip", inner);
+    Outcome run = harvestPaths({dir.file("nested.zip")});
+    EXPECT_NE(findContact(run, "level1@firm.com"), nullptr);
+    EXPECT_NE(findContact(run, "level16@firm.com"), nullptr);
+    EXPECT_EQ(findContact(run, "deepest@firm.com"), nullptr);
+    ASSERT_EQ(run.problems.size(), 1u) << problemsText(run);
+    EXPECT_NE(run.problems[0].reason.find("nested deeper"), std::string::npos);
+}
+
+TEST(Harvester, TenThousandMessagesOfAnMboxAreAllRead) {
+    TempDir dir;
+    std::string mbox;
+    for (int i = 1; i <= 10000; ++i) {
+        std::string n = std::to_string(i);
+        mbox += "From sender" + n +
+                "@firm.com Mon Jan  1 00:00:00 2024\n"
+                "From: Sender " +
+                n + " <sender" + n +
+                "@firm.com>\n"
+                "Message-ID: <m" +
+                n +
+                "@firm.com>\n"
+                "Subject: note " +
+                n +
+                "\n\n"
+                "From the desk of sender " +
+                n + ".\n>From here on.\n\n";
+    }
+    dir.write("big.mbox", mbox);
+    Outcome run = harvestPaths({dir.file("big.mbox")});
+    EXPECT_TRUE(run.problems.empty()) << problemsText(run);
+    ASSERT_EQ(run.contacts.size(), 10000u);
+    EXPECT_EQ(run.contacts[9999].address, "sender10000@firm.com");
+    EXPECT_EQ(run.contacts[9999].name, "Sender 10000");
+    EXPECT_EQ(run.sightings.back().origin.message, 10000);
+}
+
+class StopAfterFirst : public HarvestObserver {
+public:
+    explicit StopAfterFirst(std::atomic<bool>& cancel) : cancel_(cancel) {}
+    void progress(const HarvestProgress&) override {}
+    void batch(const HarvestBatch& batch) override {
+        if (!batch.source.path.empty()) {
+            ++batches;
+            cancel_.store(true);
+        }
+    }
+    int batches = 0;
+
+private:
+    std::atomic<bool>& cancel_;
+};
+
+TEST(Harvester, StoppedRunKeepsWhatTheFinishedSourcesGave) {
+    TempDir dir;
+    dir.write("1.txt", "first@firm.com");
+    dir.write("2.txt", "second@firm.com");
+    HarvestOptions options;
+    options.paths = {dir.path()};
+    Harvester harvester(options);
+    std::atomic<bool> cancel{false};
+    StopAfterFirst observer(cancel);
+    EXPECT_FALSE(harvester.run(cancel, &observer));
+    EXPECT_EQ(observer.batches, 1);
+    ASSERT_EQ(harvester.contacts().size(), 1u);
+    EXPECT_EQ(harvester.contacts()[0].address, "first@firm.com");
+}
+
+}  // namespace
+}  // namespace harvest

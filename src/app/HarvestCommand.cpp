@@ -1,0 +1,243 @@
+#include "HarvestCommand.h"
+
+#include <unistd.h>
+
+#include <QCommandLineParser>
+#include <QStringList>
+#include <atomic>
+#include <csignal>
+#include <iostream>
+
+#include "ContactFilter.h"
+#include "HarvestProgressLine.h"
+#include "Harvester.h"
+#include "RunOptions.h"
+#include "Writers.h"
+
+namespace {
+
+const char* const kUsage =
+    "usage: gleanmark harvest [OPTIONS] PATH...\n"
+    "\n"
+    "Finds e-mail addresses (validated against the public suffix list), names,\n"
+    "web addresses and, on request, phone numbers in files and folders: text in any\n"
+    "common encoding, HTML, mail messages, mbox files and Maildir folders, PDF,\n"
+    "Office and OpenDocument files, EPUB, zip, tar, gzip, bzip2, xz and WARC\n"
+    "archives, recognised by their content. Each contact is listed once, with\n"
+    "where it was first found.\n"
+    "\n"
+    "Input:\n"
+    "  --files-from FILE      also harvest the paths listed in FILE, one a line\n"
+    "                         (\"-\": standard input)\n"
+    "  -0, --null             the list of --files-from is separated by NUL bytes\n"
+    "Output:\n"
+    "  -o, --output FILE      write to FILE (default: standard output)\n"
+    "  --format FORMAT        tsv (default), csv, jsonl, sqlite, xlsx or vcf; without\n"
+    "                         it, chosen by the extension of the -o file\n"
+    "  --sightings            one row per sighting instead of one per contact\n"
+    "  -q, --quiet            no progress line and no summary\n"
+    "What to find:\n"
+    "  --phones REGION        also find phone numbers, dialled from REGION (\"GB\",\n"
+    "                         \"US\", ...), written in E.164\n"
+    "  --no-web               leave out web addresses\n"
+    "Filters (each may be given more than once, or as a comma-separated list):\n"
+    "  --only-domain DOMAIN   only addresses at DOMAIN or its subdomains\n"
+    "  --exclude-domain DOMAIN  leave out addresses at DOMAIN and its subdomains\n"
+    "  --kind KIND            only contacts of this kind: personal, role, no-reply,\n"
+    "                         web, phone\n"
+    "  --no-reserved          leave out names kept for documentation and tests\n"
+    "                         (example.org, .test, ...)\n"
+    "  --stop-list FILE       leave out the addresses, domains or \"*\" patterns in\n"
+    "                         FILE, one a line\n"
+    "\n"
+    "Fields of a contact: address, name, kind, domain, reserved, sightings,\n"
+    "first_source. Fields of a sighting: address, name, source, page, message,\n"
+    "message_id, line, offset, field, context.\n"
+    "\n"
+    "Progress, problems and a summary go to standard error. Exit status: 0 done\n"
+    "(problems of single sources are reported and the run goes on), 2 usage error,\n"
+    "3 output not written, 130 ended by Ctrl+C (what was found so far is still\n"
+    "written).\n";
+
+std::atomic<bool> gInterrupted{false};
+
+void OnInterrupt(int) {
+    gInterrupted.store(true);
+}
+
+int Usage(const std::string& problem) {
+    std::cerr << "gleanmark: " << problem << "\n\n" << kUsage;
+    return exitstatus::kUsage;
+}
+
+std::vector<std::string> ListValues(const QCommandLineParser& parser, const QString& name) {
+    std::vector<std::string> values;
+    for (const QString& value : parser.values(name)) {
+        for (const QString& part : value.split(',', Qt::SkipEmptyParts)) {
+            values.push_back(part.trimmed().toStdString());
+        }
+    }
+    return values;
+}
+
+// The paths as the shell gave them, bytes unchanged: a file name that is not
+// valid UTF-8 must still open.
+std::vector<std::string> RawPaths(const QStringList& positional, int argc, char* argv[]) {
+    std::vector<std::string> paths;
+    int next = 2;
+    for (const QString& p : positional) {
+        std::string raw = p.toStdString();
+        for (int i = next; i < argc; ++i) {
+            if (QString::fromLocal8Bit(argv[i]) == p) {
+                raw = argv[i];
+                next = i + 1;
+                break;
+            }
+        }
+        paths.push_back(raw);
+    }
+    return paths;
+}
+
+bool BuildFilter(const QCommandLineParser& parser, harvest::ContactFilter& filter,
+                 std::string& problem) {
+    filter.onlyDomains(ListValues(parser, "only-domain"));
+    filter.excludeDomains(ListValues(parser, "exclude-domain"));
+    std::vector<std::string> kinds = ListValues(parser, "kind");
+    for (const std::string& kind : kinds) {
+        if (kind != "personal" && kind != "role" && kind != "no-reply" && kind != "web" &&
+            kind != "phone") {
+            problem = "unknown kind \"" + kind + "\"";
+            return false;
+        }
+    }
+    filter.kinds(kinds);
+    filter.noReserved(parser.isSet("no-reserved"));
+    for (const QString& file : parser.values("stop-list")) {
+        if (auto error = filter.loadStopList(file.toStdString())) {
+            problem = "stop list " + file.toStdString() + ": " + *error;
+            return false;
+        }
+    }
+    return true;
+}
+
+void PrintProblems(const harvest::Harvester& harvester) {
+    for (const harvest::Problem& p : harvester.problems()) {
+        std::cerr << "gleanmark: " << p.source << ": " << p.reason << "\n";
+    }
+}
+
+}  // namespace
+
+int HarvestCommandLine(int argc, char* argv[]) {
+    QStringList args;
+    for (int i = 0; i < argc; ++i) {
+        if (i != 1) {  // "harvest"
+            args << QString::fromLocal8Bit(argv[i]);
+        }
+    }
+    QCommandLineParser parser;
+    parser.addOptions({
+        {"files-from", "", "FILE"},
+        {{"0", "null"}, ""},
+        {{"o", "output"}, "", "FILE"},
+        {"format", "", "FORMAT"},
+        {"sightings", ""},
+        {{"q", "quiet"}, ""},
+        {"phones", "", "REGION"},
+        {"no-web", ""},
+        {"only-domain", "", "DOMAIN"},
+        {"exclude-domain", "", "DOMAIN"},
+        {"kind", "", "KIND"},
+        {"no-reserved", ""},
+        {"stop-list", "", "FILE"},
+        {{"h", "help"}, ""},
+    });
+    if (!parser.parse(args)) {
+        return Usage(parser.errorText().toStdString());
+    }
+    if (parser.isSet("help")) {
+        std::cout << kUsage;
+        return exitstatus::kCompleted;
+    }
+
+    std::string output = parser.value("output").toStdString();
+    if (output == "-") {
+        output.clear();
+    }
+    harvest::Format format = harvest::Format::Tsv;
+    if (parser.isSet("format")) {
+        auto named = harvest::formatNamed(parser.value("format").toStdString());
+        if (!named) {
+            return Usage("unknown format \"" + parser.value("format").toStdString() + "\"");
+        }
+        format = *named;
+    } else if (!output.empty()) {
+        format = harvest::formatForPath(output).value_or(harvest::Format::Tsv);
+    }
+    if (output.empty() && !harvest::isTextFormat(format)) {
+        return Usage("this format needs a file: give one with -o FILE");
+    }
+
+    // Ctrl+C from here on stops the harvest; what was found is still written.
+    gInterrupted.store(false);
+    std::signal(SIGINT, OnInterrupt);
+    harvest::HarvestOptions options;
+    options.paths = RawPaths(parser.positionalArguments(), argc, argv);
+    if (parser.isSet("files-from")) {
+        if (auto error = harvest::readPathList(parser.value("files-from").toStdString(),
+                                               parser.isSet("null"), options.paths)) {
+            return Usage("--files-from " + parser.value("files-from").toStdString() + ": " +
+                         *error);
+        }
+    } else if (parser.isSet("null")) {
+        return Usage("-0 goes with --files-from");
+    }
+    if (options.paths.empty() && !parser.isSet("files-from")) {
+        return Usage("no PATH given");
+    }
+    options.finders.webAddresses = !parser.isSet("no-web");
+    options.finders.phoneRegion = parser.value("phones").toUpper().toStdString();
+
+    harvest::ContactFilter filter;
+    std::string problem;
+    if (!BuildFilter(parser, filter, problem)) {
+        return Usage(problem);
+    }
+
+    bool quiet = parser.isSet("quiet");
+    HarvestProgressLine progressLine(!quiet && ::isatty(STDERR_FILENO));
+    harvest::Harvester harvester(std::move(options));
+    bool finished = harvester.run(gInterrupted, &progressLine);
+    std::signal(SIGINT, SIG_DFL);
+    progressLine.clear();
+    PrintProblems(harvester);
+
+    std::vector<harvest::Contact> contacts;
+    for (const harvest::Contact& c : harvester.contacts()) {
+        if (filter.keeps(c)) {
+            contacts.push_back(c);
+        }
+    }
+    std::vector<harvest::Sighting> sightings;
+    for (const harvest::Sighting& s : harvester.sightings()) {
+        if (filter.keeps(s)) {
+            sightings.push_back(s);
+        }
+    }
+    harvest::Report report{contacts, sightings, harvester.problems(), harvester.sources()};
+    std::string error;
+    bool written = harvest::writeReport(format, report, parser.isSet("sightings"), output, error);
+    if (!quiet) {
+        std::cerr << "gleanmark: " << harvester.sources().size() << " sources, " << contacts.size()
+                  << " contacts, " << sightings.size() << " sightings, "
+                  << harvester.problems().size() << " problems"
+                  << (finished ? "" : " (stopped by Ctrl+C)") << "\n";
+    }
+    if (!written) {
+        std::cerr << "gleanmark: " << error << "\n";
+        return exitstatus::kUnwritable;
+    }
+    return finished ? exitstatus::kCompleted : exitstatus::kInterrupted;
+}

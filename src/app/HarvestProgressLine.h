@@ -1,0 +1,27 @@
+#pragma once
+// The harvest's progress on a terminal: one line on standard error, rewritten
+// in place, at most ten times a second.
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "Harvester.h"
+
+class HarvestProgressLine : public harvest::HarvestObserver {
+public:
+    explicit HarvestProgressLine(bool shown);
+    ~HarvestProgressLine() override;
+
+    void progress(const harvest::HarvestProgress& progress) override;
+    void batch(const harvest::HarvestBatch& batch) override;
+    // Clears the line, so that what follows starts on a clean one.
+    void clear();
+
+    // "12/340 sources, 1.2/45.6 MB, 12.3 MB/s, 0:42 left"
+    static std::string describe(const harvest::HarvestProgress& progress, double seconds);
+
+private:
+    bool shown_;
+    bool drawn_ = false;
+    std::chrono::steady_clock::time_point start_, last_;
+};

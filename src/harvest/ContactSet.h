@@ -1,0 +1,23 @@
+#pragma once
+// The contacts a harvest adds up to: one per address, in the order of each
+// address's first sighting.
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "HarvestTypes.h"
+
+namespace harvest {
+
+class ContactSet {
+public:
+    void add(const Sighting& sighting);
+    const std::vector<Contact>& contacts() const { return contacts_; }
+    size_t size() const { return contacts_.size(); }
+
+private:
+    std::vector<Contact> contacts_;
+    std::unordered_map<std::string, size_t> index_;
+};
+
+}  // namespace harvest

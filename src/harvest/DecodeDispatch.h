@@ -1,0 +1,39 @@
+#pragma once
+// Harvests one source: recognises it, runs its decoder, and hands every piece
+// of decoded text to the finders. Nested sources (members, attachments) come
+// back here and are recognised in turn, down to the depth limit.
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "DecodeContext.h"
+#include "Finders.h"
+
+namespace harvest {
+
+class SourceHarvest : public DecodeContext {
+public:
+    SourceHarvest(Finders& finders, const Limits& limits, const std::atomic<bool>& cancel,
+                  std::vector<Sighting>& sightings, std::vector<Problem>& problems);
+
+    // Decodes a source the user gave or a folder held (depth 0).
+    void decode(const Blob& blob);
+
+    void text(TextPiece piece) override;
+    void nested(std::string_view bytes, Origin origin, int depth) override;
+    void problem(std::string source, std::string reason) override;
+    bool cancelled() const override;
+    const Limits& limits() const override { return limits_; }
+    std::int64_t& expandedBytes() override { return expanded_; }
+
+private:
+    Finders& finders_;
+    const Limits& limits_;
+    const std::atomic<bool>& cancel_;
+    std::vector<Sighting>& sightings_;
+    std::vector<Problem>& problems_;
+    std::int64_t expanded_ = 0;
+    std::string tooDeep_;  // the last container whose members were too deep
+};
+
+}  // namespace harvest

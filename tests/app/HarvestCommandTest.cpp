@@ -1,0 +1,178 @@
+// `gleanmark harvest` as a process: formats, filters, lists of paths,
+// problems, exit statuses and Ctrl+C.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <QProcess>
+#include <QThread>
+
+#include "TempDir.h"
+
+namespace {
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Result Harvest(const std::vector<std::string>& args, const std::string& input = {}) {
+    QProcess p;
+    QStringList list{"harvest"};
+    for (const auto& a : args) {
+        list << QString::fromStdString(a);
+    }
+    p.start(GLEANMARK_BIN, list);
+    p.waitForStarted();
+    p.write(input.data(), static_cast<qint64>(input.size()));
+    p.closeWriteChannel();
+    p.waitForFinished(120000);
+    return {p.exitCode(), p.readAllStandardOutput().toStdString(),
+            p.readAllStandardError().toStdString()};
+}
+
+class HarvestCommand : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.write("in/a.txt", "Mail (ann@firm.com), info@firm.com, test@example.org.\n");
+        dir.write("in/b.html", "<html><a href=\"mailto:bob@shop.co.uk\">Bob Stone</a></html>");
+        dir.write("in/c\tname.txt", "ann@firm.com again");
+    }
+    std::string in() const { return dir.file("in"); }
+    TempDir dir;
+};
+
+const char* const kContactHeader =
+    "address\tname\tkind\tdomain\treserved\tsightings\tfirst_source\n";
+
+TEST_F(HarvestCommand, WritesContactsAsTsvWithAHeaderAndASummary) {
+    Result r = Harvest({"--no-web", in()});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.substr(0, std::string(kContactHeader).size()), kContactHeader);
+    EXPECT_NE(r.out.find("ann@firm.com\t\tpersonal\tfirm.com\tfalse\t2\t"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("bob@shop.co.uk\tBob Stone\tpersonal"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("info@firm.com\t\trole"), std::string::npos) << r.out;
+    EXPECT_NE(r.err.find("3 sources, 4 contacts, 5 sightings, 0 problems"), std::string::npos)
+        << r.err;
+}
+
+TEST_F(HarvestCommand, FiltersLeaveOutWhatTheUserAsks) {
+    dir.write("stop.txt", "# not these\ninfo@firm.com\nshop.co.uk\n");
+    struct Case {
+        std::vector<std::string> options;
+        std::vector<std::string> kept;
+    };
+    const std::vector<Case> cases = {
+        {{"--no-reserved"}, {"ann@firm.com", "info@firm.com", "bob@shop.co.uk"}},
+        {{"--only-domain", "firm.com"}, {"ann@firm.com", "info@firm.com"}},
+        {{"--kind", "role"}, {"info@firm.com"}},
+        {{"--stop-list", dir.file("stop.txt"), "--no-reserved"}, {"ann@firm.com"}},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = c.options;
+        args.push_back("--no-web");
+        args.push_back("-q");
+        args.push_back(in());
+        Result r = Harvest(args);
+        ASSERT_EQ(r.status, 0) << r.err;
+        size_t lines = 0;
+        for (char ch : r.out) {
+            lines += ch == '\n';
+        }
+        EXPECT_EQ(lines, c.kept.size() + 1) << c.options[0] << "\n" << r.out;
+        for (const std::string& address : c.kept) {
+            EXPECT_NE(r.out.find("\n" + address + "\t"), std::string::npos) << address;
+        }
+        EXPECT_TRUE(r.err.empty()) << r.err;
+    }
+}
+
+TEST_F(HarvestCommand, ChoosesTheFormatByOptionOrByTheOutputFilesExtension) {
+    struct Case {
+        std::vector<std::string> options;
+        const char* file;
+        const char* startsWith;
+    };
+    const std::vector<Case> cases = {
+        {{}, "out.csv", "address,name,kind,domain,reserved,sightings,first_source\r\n"},
+        {{}, "out.jsonl", "{\"address\":"},
+        {{"--sightings"},
+         "out.tsv",
+         "address\tname\tsource\tpage\tmessage\tmessage_id\tline\toffset\tfield\tcontext\n"},
+        {{"--format", "vcf"}, "out.txt", "BEGIN:VCARD\r\n"},
+        {{}, "out.xlsx", "PK"},
+        {{}, "out.sqlite", "SQLite format 3"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = c.options;
+        for (const std::string& a :
+             {std::string("-q"), std::string("-o"), dir.file(c.file), in()}) {
+            args.push_back(a);
+        }
+        Result r = Harvest(args);
+        ASSERT_EQ(r.status, 0) << c.file << r.err;
+        EXPECT_EQ(ReadBytes(dir.file(c.file)).rfind(c.startsWith, 0), 0u) << c.file;
+        EXPECT_TRUE(r.out.empty());
+    }
+}
+
+TEST_F(HarvestCommand, ReadsPathsFromStandardInputByLineOrByNul) {
+    std::string a = dir.file("in/a.txt"), b = dir.file("in/b.html");
+    Result lines = Harvest({"-q", "--no-web", "--files-from", "-"}, a + "\n" + b + "\n");
+    Result nul =
+        Harvest({"-q", "--no-web", "--files-from", "-", "-0"}, a + std::string(1, '\0') + b);
+    EXPECT_EQ(lines.status, 0) << lines.err;
+    EXPECT_NE(lines.out.find("bob@shop.co.uk"), std::string::npos);
+    EXPECT_EQ(lines.out, nul.out);
+}
+
+TEST_F(HarvestCommand, ProblemsAreListedAndTheRunGoesOn) {
+    dir.write("in/broken.pdf", "%PDF-1.4 truncated");
+    Result r = Harvest({"--no-web", in(), dir.file("missing")});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.err.find("gleanmark: " + dir.file("in/broken.pdf") + ": "), std::string::npos)
+        << r.err;
+    EXPECT_NE(r.err.find("gleanmark: " + dir.file("missing") + ": cannot read"), std::string::npos)
+        << r.err;
+    EXPECT_NE(r.out.find("ann@firm.com"), std::string::npos);
+}
+
+TEST_F(HarvestCommand, UsageErrorsExitTwoAndAnUnwritableOutputThree) {
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        const char* says;
+    };
+    const std::vector<Case> cases = {
+        {{}, 2, "no PATH given"},
+        {{"--format", "doc", in()}, 2, "unknown format"},
+        {{"--format", "sqlite", in()}, 2, "needs a file"},
+        {{"--kind", "friend", in()}, 2, "unknown kind"},
+        {{"-0", in()}, 2, "-0 goes with --files-from"},
+        {{"--stop-list", dir.file("none.txt"), in()}, 2, "stop list"},
+        {{"-o", dir.file("no/such/folder/out.csv"), in()}, 3, "out.csv"},
+    };
+    for (const Case& c : cases) {
+        Result r = Harvest(c.args);
+        EXPECT_EQ(r.status, c.status) << c.says << "\n" << r.err;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+    }
+}
+
+TEST_F(HarvestCommand, CtrlCEndsWithStatus130AndStillWritesTheOutput) {
+    QProcess p;
+    p.start(GLEANMARK_BIN, {"harvest", "-q", "-o", QString::fromStdString(dir.file("out.tsv")),
+                            "--files-from", "-"});
+    ASSERT_TRUE(p.waitForStarted());
+    QThread::msleep(300);  // the list is still being read: Ctrl+C arrives now
+    ::kill(static_cast<pid_t>(p.processId()), SIGINT);
+    QThread::msleep(100);
+    p.write((dir.file("in/a.txt") + "\n").c_str());
+    p.closeWriteChannel();
+    ASSERT_TRUE(p.waitForFinished(30000));
+    EXPECT_EQ(p.exitCode(), 130);
+    EXPECT_EQ(ReadBytes(dir.file("out.tsv")).rfind(kContactHeader, 0), 0u);
+}
+
+}  // namespace
