@@ -3,6 +3,7 @@
 #include "Finders.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -42,6 +43,43 @@ struct Finders::Impl {
     std::vector<Find> finds;  // reused from piece to piece
 };
 
+namespace {
+
+// Whether the find at pos sits on a header line whose values are message or
+// part identifiers ("Message-ID: <20240101.abc@mail.example>"), as forwarded
+// and quoted messages carry them in their text: those look like addresses and
+// are not. Quote marks (">") before the field are skipped. Only the last 1,000
+// bytes before the find are looked at, so a long line costs no more.
+bool onIdentifierLine(std::string_view text, std::size_t pos) {
+    static constexpr std::array<std::string_view, 7> fields = {
+        "message-id:",        "content-id:", "in-reply-to:", "references:",
+        "resent-message-id:", "received:",   "x-message-id:"};
+    const std::size_t from = pos > 1000 ? pos - 1000 : 0;
+    std::size_t start = text.substr(from, pos - from).rfind('\n');
+    if (start != std::string_view::npos) {
+        start += from + 1;
+    } else if (from == 0) {
+        start = 0;
+    } else {
+        return false;
+    }
+    while (start < pos && (text[start] == ' ' || text[start] == '\t' || text[start] == '>')) {
+        ++start;
+    }
+    const std::string_view head = text.substr(start, std::min<std::size_t>(pos - start, 20));
+    for (std::string_view field : fields) {
+        if (head.size() >= field.size() &&
+            std::equal(field.begin(), field.end(), head.begin(), [](char f, char c) {
+                return f == (c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+            })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 Finders::Finders(FinderOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
 
 Finders::~Finders() = default;
@@ -73,6 +111,9 @@ void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
     std::int64_t line = piece.firstLine;
     std::size_t countedTo = 0;
     for (Find& f : finds) {
+        if (f.what == FindKind::Email && onIdentifierLine(text, f.start)) {
+            continue;
+        }
         if (f.what == FindKind::Email) {
             for (const auto& [address, name] : names) {
                 if (address == f.address) {

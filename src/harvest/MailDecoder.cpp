@@ -31,7 +31,9 @@ void decodeMessage(std::string_view bytes, const Origin& base, int depth, Decode
         base.message ? "message " + std::to_string(*base.message) + ": " : std::string();
     const GPtr<GMimeMessage> message = parseMessage(bytes);
     if (!message) {
-        context.problem(base.source, prefix + "not a readable mail message");
+        // Nothing of it is lost: what is not a message is still text.
+        context.problem(base.source, prefix + "not a readable mail message; read as plain text");
+        decodeText(Blob{bytes, base, depth}, context);
         return;
     }
     Origin origin = base;

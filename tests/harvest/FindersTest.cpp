@@ -135,6 +135,10 @@ TEST(AddressFinder, IgnoresWhatOnlyLooksLikeAnAddress) {
         "mailto:?subject=hi",
         "%40riverside.org &#64; (at) [at]",
         std::string(70, 'a') + "@riverside.org",
+        "Message-ID: <20240101.abc@mail.riverside.org>",
+        "> > Content-ID: <part1.x@riverside.org>",
+        "References: <a1@riverside.org> <a2@riverside.org>",
+        "Received: from mx by relay id 4711@relay.riverside.org",
     };
     for (const std::string& text : cases) {
         EXPECT_EQ(addresses(findIn(text, {.webAddresses = false, .phoneRegion = {}})),

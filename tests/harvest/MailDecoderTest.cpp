@@ -112,7 +112,7 @@ protected:
     RecordingContext context;
 };
 
-TEST_F(SampleMbox, TheBrokenMessageIsAProblemAndTheOthersGoOn) {
+TEST_F(SampleMbox, TheBrokenMessageIsAProblemReadAsTextAndTheOthersGoOn) {
     ASSERT_EQ(context.problems.size(), 1u);
     EXPECT_EQ(context.problems[0].source, "box.mbox");
     EXPECT_TRUE(context.problems[0].reason.starts_with("message 3: "))
@@ -122,10 +122,14 @@ TEST_F(SampleMbox, TheBrokenMessageIsAProblemAndTheOthersGoOn) {
         ASSERT_TRUE(piece.origin.message.has_value());
         messages.insert(*piece.origin.message);
         EXPECT_EQ(piece.origin.source, "box.mbox");
-        EXPECT_EQ(piece.origin.messageId,
-                  "m" + std::to_string(*piece.origin.message) + "@host.example");
+        if (*piece.origin.message == 3) {
+            EXPECT_EQ(piece.text, "this is not a message at all\n\n");
+        } else {
+            EXPECT_EQ(piece.origin.messageId,
+                      "m" + std::to_string(*piece.origin.message) + "@host.example");
+        }
     }
-    EXPECT_EQ(messages, (std::set<int>{1, 2, 4}));
+    EXPECT_EQ(messages, (std::set<int>{1, 2, 3, 4}));
 }
 
 TEST_F(SampleMbox, AddressFieldsCarryDisplayNames) {
@@ -208,12 +212,13 @@ TEST(DecodeMail, AttachedMessageDecodesWithItsOwnId) {
     EXPECT_TRUE(context.problems.empty());
 }
 
-TEST(DecodeMail, UnreadableMessageIsAProblem) {
+TEST(DecodeMail, UnreadableMessageIsAProblemAndStillReadAsText) {
     RecordingContext context;
-    decodeMail(Blob{"\x01\x02 no header here\n\nbody", originOf("x.eml"), 0}, context);
+    decodeMail(Blob{"\x01\x02 no header here\n\nbody ann@x.org", originOf("x.eml"), 0}, context);
     ASSERT_EQ(context.problems.size(), 1u);
     EXPECT_EQ(context.problems[0].source, "x.eml");
-    EXPECT_EQ(context.problems[0].reason, "not a readable mail message");
+    EXPECT_EQ(context.problems[0].reason, "not a readable mail message; read as plain text");
+    EXPECT_NE(context.allText().find("body ann@x.org"), std::string::npos);
 }
 
 struct HeaderCase {
