@@ -15,8 +15,11 @@ set(CPACK_PACKAGE_DESCRIPTION
     "Gleanmark pulls e-mail addresses, web addresses, mailto addresses, the words
 that follow chosen keywords and the headers of saved mail messages out of
 local text, HTML and ASP files, and out of web sites it crawls. Results are
-shown in one grid and saved as tab-separated text. The package holds the
-desktop program, its command line (gleanmark run, crawl and shortcut), a
+shown in one grid and saved as tab-separated text. gleanmark harvest reads
+mail archives, PDF, Office and OpenDocument files and archives as well, and
+writes validated, deduplicated contacts with where each was found as TSV,
+CSV, JSON Lines, SQLite, XLSX or vCard. The package holds the desktop
+program, its command line (gleanmark run, crawl, shortcut and harvest), a
 user guide and a manual page.")
 # The libraries the program links come from dpkg-shlibdeps; these are the
 # pieces it loads at run time: the desktop's platform plugins and the SVG

@@ -183,22 +183,7 @@ void AddressFinder::findMailto(std::string_view text, std::size_t colon, std::si
         (colon > 6 && isAsciiAlnum(static_cast<unsigned char>(text[colon - 7])))) {
         return;
     }
-    std::size_t end = colon + 1;
-    while (end < text.size()) {
-        const auto c = static_cast<unsigned char>(text[end]);
-        if (c < 0x80) {
-            if (endsMailto(c)) {
-                break;
-            }
-            ++end;
-        } else {
-            const std::size_t len = wordCodePointAt(text, end);
-            if (len == 0) {
-                break;
-            }
-            end += len;
-        }
-    }
+    std::size_t end = wordRunEnd(text, colon + 1, endsMailto);
     scannedTo = end;
     while (end > colon + 1 && std::strchr(".,;:!?", text[end - 1]) != nullptr) {
         --end;

@@ -46,14 +46,6 @@ std::size_t separatorEnd(std::string_view text, std::size_t pos, DotSpelling dot
     return npos;
 }
 
-int hexValue(char c) {
-    c = asciiLower(c);
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    return (c >= 'a' && c <= 'f') ? c - 'a' + 10 : -1;
-}
-
 }  // namespace
 
 std::size_t skipSpaces(std::string_view text, std::size_t pos, std::size_t most) {
@@ -185,27 +177,13 @@ std::size_t entityAtLength(std::string_view text, std::size_t pos) {
     return p + 1 - pos;
 }
 
-std::string percentDecoded(std::string_view s) {
-    std::string out;
-    out.reserve(s.size());
-    for (std::size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '%' && i + 2 < s.size() && hexValue(s[i + 1]) >= 0 && hexValue(s[i + 2]) >= 0) {
-            out += static_cast<char>(hexValue(s[i + 1]) * 16 + hexValue(s[i + 2]));
-            i += 2;
-        } else {
-            out += s[i];
-        }
-    }
-    return out;
-}
-
 // "%3Cann@x.org", "J%C3%BCrgen@x.de": a local part written with URL escapes is
 // read decoded, and only the tail that is a local part counts. start moves to
 // where that tail begins in the text. False when nothing valid is left.
 bool decodeLocalEscapes(std::string& local, std::size_t& start) {
     bool escaped = false;
     for (std::size_t i = 0; i + 2 < local.size() && !escaped; ++i) {
-        escaped = local[i] == '%' && hexValue(local[i + 1]) >= 0 && hexValue(local[i + 2]) >= 0;
+        escaped = percentEscapeAt(local, i) >= 0;
     }
     if (!escaped) {
         return true;
@@ -214,9 +192,8 @@ bool decodeLocalEscapes(std::string& local, std::size_t& start) {
     std::vector<std::size_t> rawIndex;  // where each decoded byte was written
     for (std::size_t i = 0; i < local.size(); ++i) {
         rawIndex.push_back(i);
-        if (local[i] == '%' && i + 2 < local.size() && hexValue(local[i + 1]) >= 0 &&
-            hexValue(local[i + 2]) >= 0) {
-            decoded += static_cast<char>(hexValue(local[i + 1]) * 16 + hexValue(local[i + 2]));
+        if (int byte = percentEscapeAt(local, i); byte >= 0) {
+            decoded += static_cast<char>(byte);
             i += 2;
         } else {
             decoded += local[i];

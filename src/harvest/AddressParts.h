@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "PercentEscapes.h"
+
 namespace harvest {
 
 constexpr std::size_t kMaxLocalBytes = 64;
@@ -39,8 +41,6 @@ bool continuesOnNextLine(std::string_view text, std::size_t end);
 
 // The length of "&#64;", "&#x40;" or "&commat;" at pos, or 0.
 std::size_t entityAtLength(std::string_view text, std::size_t pos);
-
-std::string percentDecoded(std::string_view s);
 
 // "%3Cann@x.org", "J%C3%BCrgen@x.de": a local part written with URL escapes is
 // read decoded, and only the tail that is a local part counts. start moves to

@@ -23,6 +23,28 @@ bool isWordCodePoint(char32_t c);
 // The length of the non-ASCII letter, digit or mark at text[pos], or 0.
 std::size_t wordCodePointAt(std::string_view text, std::size_t pos);
 
+// The end of the run from pos of ASCII bytes that stops(c) does not reject
+// and of non-ASCII letters, digits and marks: an address or a URL ends there.
+template <class Stops>
+std::size_t wordRunEnd(std::string_view text, std::size_t pos, Stops stops) {
+    while (pos < text.size()) {
+        const auto c = static_cast<unsigned char>(text[pos]);
+        if (c < 0x80) {
+            if (stops(c)) {
+                break;
+            }
+            ++pos;
+        } else {
+            const std::size_t len = wordCodePointAt(text, pos);
+            if (len == 0) {
+                break;
+            }
+            pos += len;
+        }
+    }
+    return pos;
+}
+
 // Whether a domain label can start at text[pos]: an ASCII letter or digit, or
 // a non-ASCII letter, digit or mark.
 bool labelStartsAt(std::string_view text, std::size_t pos);

@@ -19,22 +19,7 @@ bool endsUrl(unsigned char c) {
 
 // The end of the run of characters a URL can hold, from pos.
 std::size_t urlEnd(std::string_view text, std::size_t pos) {
-    while (pos < text.size()) {
-        const auto c = static_cast<unsigned char>(text[pos]);
-        if (c < 0x80) {
-            if (endsUrl(c)) {
-                break;
-            }
-            ++pos;
-        } else {
-            const std::size_t len = wordCodePointAt(text, pos);
-            if (len == 0) {
-                break;
-            }
-            pos += len;
-        }
-    }
-    return pos;
+    return wordRunEnd(text, pos, endsUrl);
 }
 
 // The end of a host name's labels and dots, from pos.

@@ -116,6 +116,28 @@ TEST(Harvester, MixedFolderGivesCleanContactsWithTheirPlaces) {
     }
 }
 
+TEST(Harvester, MaildirMessagesAndPhoneNumbersOnRequest) {
+    TempDir dir;
+    dir.write("Maildir/cur/1700000000.1.host:2,S",
+              "From: Gus <gus@firm.com>\nDate: Mon, 1 Jan 2024\nSubject: call\n\n"
+              "Ring 020 7946 0958 or see https://Firm.COM:443/team#top\n");
+    dir.write("Maildir/new/1700000001.2.host", "From: hal@firm.com\nDate: x\n\nhi\n");
+    dir.write("Maildir/tmp/.keep", "");
+    HarvestOptions options;
+    options.paths = {dir.file("Maildir")};
+    options.finders.phoneRegion = "GB";
+    Harvester harvester(options);
+    std::atomic<bool> cancel{false};
+    ASSERT_TRUE(harvester.run(cancel));
+    std::vector<std::string> found;
+    for (const Contact& c : harvester.contacts()) {
+        found.push_back(c.address + " " + c.kind + " " + c.name);
+    }
+    EXPECT_EQ(found,
+              (std::vector<std::string>{"gus@firm.com personal Gus", "+442079460958 phone ",
+                                        "https://firm.com/team web ", "hal@firm.com personal "}));
+}
+
 TEST(Harvester, BadSourcesAreProblemsOfTheirOwnAndTheOthersAreRead) {
     TempDir dir;
     std::string zip = makeZip({{"a.txt", std::string(5000, 'a') + " zed@firm.com"}});
