@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +12,7 @@
 #include "EventPump.h"
 #include "Launcher.h"
 #include "MainForm.h"
+#include "OutputFile.h"
 #include "clsWF.h"
 
 namespace fs = std::filesystem;
@@ -60,13 +60,13 @@ bool CopyResult(const std::string& from, const std::string& output, QString& err
         std::cout.flush();
         return true;
     }
-    QSaveFile out(QString::fromStdString(output));
-    if (!out.open(QIODevice::WriteOnly)) {
+    OutputFile out(output);
+    if (!out.open()) {
         error = out.errorString();
         return false;
     }
     for (QByteArray piece = in.read(kPiece); !piece.isEmpty(); piece = in.read(kPiece)) {
-        if (out.write(piece) != piece.size()) {
+        if (out.write(piece.constData(), piece.size()) != piece.size()) {
             break;  // commit() reports the error
         }
     }

@@ -1,10 +1,13 @@
 #include "StagedFile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+
+#include "OutputFile.h"
 
 namespace harvest {
 
@@ -31,6 +34,26 @@ std::string StagedFile::stagingPath() const {
 }
 
 bool StagedFile::commit(std::string& error) {
+    if (OutputFile::isSpecial(target_)) {
+        // A device or a pipe gets the bytes; renaming would replace it.
+        QFile staged(file_.fileName());
+        OutputFile out(target_);
+        if (!staged.open(QIODevice::ReadOnly) || !out.open()) {
+            error = cannotWrite(target_, out.errorString().toStdString());
+            return false;
+        }
+        for (QByteArray piece = staged.read(1 << 20); !piece.isEmpty();
+             piece = staged.read(1 << 20)) {
+            if (out.write(piece.constData(), piece.size()) != piece.size()) {
+                break;
+            }
+        }
+        if (!out.commit()) {
+            error = cannotWrite(target_, out.errorString().toStdString());
+            return false;
+        }
+        return true;
+    }
     std::error_code ec;
     std::filesystem::rename(std::filesystem::path(stagingPath()), std::filesystem::path(target_),
                             ec);

@@ -1,10 +1,10 @@
-#include <QSaveFile>
 #include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string_view>
 
 #include "FieldText.h"
+#include "OutputFile.h"
 #include "ReportFields.h"
 #include "StagedFile.h"
 #include "WriterParts.h"
@@ -17,8 +17,7 @@ namespace {
 // megabyte, not one per field.
 constexpr std::size_t kPiece = 1 << 20;
 
-// Where a text report goes: a QSaveFile (whole or not at all) or standard
-// output.
+// Where a text report goes: a file (whole or not at all) or standard output.
 class TextOutput {
 public:
     explicit TextOutput(const std::string& path) : path_(path) {}
@@ -30,8 +29,8 @@ public:
         if (!canBeFile(path_, error)) {
             return false;
         }
-        file_ = std::make_unique<QSaveFile>(QString::fromStdString(path_));
-        if (!file_->open(QIODevice::WriteOnly)) {
+        file_ = std::make_unique<OutputFile>(path_);
+        if (!file_->open()) {
             error = cannotWrite(path_, file_->errorString().toStdString());
             return false;
         }
@@ -45,7 +44,7 @@ public:
     bool finish(std::string& buffer, std::string& error) {
         if (!handOn(buffer, error)) {
             if (file_) {
-                file_->cancelWriting();
+                file_->cancel();
             }
             return false;
         }
@@ -75,14 +74,14 @@ private:
                    static_cast<qint64>(buffer.size())) {
             ok = false;
             error = cannotWrite(path_, file_->errorString().toStdString());
-            file_->cancelWriting();
+            file_->cancel();
         }
         buffer.clear();
         return ok;
     }
 
     std::string path_;
-    std::unique_ptr<QSaveFile> file_;
+    std::unique_ptr<OutputFile> file_;
 };
 
 void appendNumber(std::string& out, std::int64_t n) {

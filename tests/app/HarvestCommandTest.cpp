@@ -1,10 +1,14 @@
 // `gleanmark harvest` as a process: formats, filters, lists of paths,
 // problems, exit statuses and Ctrl+C.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QProcess>
 #include <QThread>
+#include <thread>
 
 #include "TempDir.h"
 
@@ -157,6 +161,43 @@ TEST_F(HarvestCommand, UsageErrorsExitTwoAndAnUnwritableOutputThree) {
         Result r = Harvest(c.args);
         EXPECT_EQ(r.status, c.status) << c.says << "\n" << r.err;
         EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+    }
+}
+
+// A device or a pipe given as the output gets the bytes and stays what it was:
+// renaming a finished file over /dev/null would put a plain file in its place.
+TEST_F(HarvestCommand, OutputToANamedPipeWritesIntoThePipe) {
+    const std::string fifo = dir.file("pipe");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    struct Case {
+        QStringList args;
+        const char* expect;
+    };
+    const QString in = QString::fromStdString(dir.file("in/a.txt"));
+    const QString out = QString::fromStdString(fifo);
+    const std::vector<Case> cases = {
+        {{"harvest", "-q", "--format", "tsv", "-o", out, in}, "ann@firm.com\t"},
+        {{"harvest", "-q", "--format", "sqlite", "-o", out, in}, "SQLite format 3"},
+        {{"run", "--email", "--file-name", "--process-time", "-o", out, in}, "ann@firm.com"},
+    };
+    for (const Case& c : cases) {
+        std::string received;
+        std::thread reader([&] { received = ReadBytes(fifo); });
+        QProcess p;
+        p.start(GLEANMARK_BIN, c.args);
+        p.closeWriteChannel();
+        EXPECT_TRUE(p.waitForFinished(30000));
+        // A reader still waiting for a writer (the pipe was never opened) is let go.
+        int unblock = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+        if (unblock >= 0) {
+            ::close(unblock);
+        }
+        reader.join();
+        EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+        EXPECT_NE(received.find(c.expect), std::string::npos) << c.args.join(' ').toStdString();
+        struct stat st {};
+        ASSERT_EQ(::stat(fifo.c_str(), &st), 0);
+        EXPECT_TRUE(S_ISFIFO(st.st_mode)) << c.args.join(' ').toStdString();
     }
 }
 
