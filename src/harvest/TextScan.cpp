@@ -1,5 +1,7 @@
 #include "TextScan.h"
 
+#include <algorithm>
+
 #include <QChar>
 
 namespace harvest {
@@ -179,6 +181,46 @@ std::string contextAround(std::string_view text, std::size_t start, std::size_t 
     return out;
 }
 
+namespace {
+
+bool hasLetter(std::string_view word) {
+    return std::any_of(word.begin(), word.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               static_cast<unsigned char>(c) >= 0x80;
+    });
+}
+
+// What comes before an unquoted name on the same line in the formats that
+// write "Name <address>": a ChangeLog's date ("2022-02-19  Ann Lee"), a
+// Debian changelog's trailer ("-- Ann Lee"), a copyright line
+// ("Copyright (C) 1996-1999 Ann Lee"), a list's bullet. Those words go.
+std::string_view withoutLeadIn(std::string_view name) {
+    // Two spaces or a tab part fields: the name is the last of them.
+    for (std::size_t gap = name.size(); gap-- > 0;) {
+        if (name[gap] == '\t' || (name[gap] == ' ' && gap > 0 && name[gap - 1] == ' ')) {
+            name = name.substr(gap + 1);
+            break;
+        }
+    }
+    for (;;) {
+        name = trimmed(name);
+        const std::size_t space = name.find(' ');
+        if (space == std::string_view::npos) {
+            break;
+        }
+        const std::string_view word = name.substr(0, space);
+        const bool leadIn = !hasLetter(word) || word == "Copyright" || word == "copyright" ||
+                            word == "(C)" || word == "(c)";
+        if (!leadIn) {
+            break;
+        }
+        name = name.substr(space + 1);
+    }
+    return hasLetter(name) ? name : std::string_view();
+}
+
+}  // namespace
+
 std::string displayNameBefore(std::string_view text, std::size_t lt) {
     std::size_t end = lt;
     while (end > 0 && isHorizontalSpace(text[end - 1])) {
@@ -224,6 +266,7 @@ std::string displayNameBefore(std::string_view text, std::size_t lt) {
             const std::size_t space = name.find_first_of(" \t", at);
             name = space == std::string_view::npos ? std::string_view() : name.substr(space);
         }
+        name = withoutLeadIn(name);
     }
     name = trimmed(name);
     if (name.size() >= 2 && name.front() == '\'' && name.back() == '\'') {

@@ -87,6 +87,13 @@ TEST(AddressFinder, FindsAddressesAndDescribesThem) {
         {"?to=%3Cann@riverside.org%3E", {{"ann@riverside.org"}}},
         {"mailto:Ann%20%3Cann@riverside.org%3E", {{"ann@riverside.org"}}},
         {"Contact:\nann@riverside.org", {{"ann@riverside.org"}}},
+        // The lead-in of changelog and copyright lines is not part of the name.
+        {"2022-02-19  Ann Green  <ann@riverside.org>", {{"ann@riverside.org", "Ann Green"}}},
+        {" -- Ann Green <ann@riverside.org>  Mon, 01 Jan 2024",
+         {{"ann@riverside.org", "Ann Green"}}},
+        {"Copyright (C) 1996-1999 Ann Green <ann@riverside.org>",
+         {{"ann@riverside.org", "Ann Green"}}},
+        {"  * 2024 <ann@riverside.org>", {{"ann@riverside.org"}}},
     };
     for (const PositiveCase& c : cases) {
         SCOPED_TRACE(c.text);
