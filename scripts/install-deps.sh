@@ -9,7 +9,7 @@ packages=(
   qt6-webengine-dev qt6-webengine-dev-tools
   libgumbo-dev zlib1g-dev
   libgmime-3.0-dev libpoppler-cpp-dev libarchive-dev libpsl-dev libidn2-dev libuchardet-dev
-  libphonenumber-dev libxlsxwriter-dev libsqlite3-dev publicsuffix
+  libphonenumber-dev libxlsxwriter-dev libsqlite3-dev publicsuffix unzip
   libgtest-dev libgmock-dev googletest
   qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core
   xvfb xauth
