@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "AddressFinder.h"
@@ -24,12 +25,14 @@ struct Finders::Impl {
     }
 
     // The names the piece's decoder knows, keyed as the found addresses are.
-    std::vector<std::pair<std::string, std::string>> hintedNames(const TextPiece& piece) {
-        std::vector<std::pair<std::string, std::string>> names;
+    // The first name hinted for each address: a page with a great many
+    // mailto: links looks each up once, not through every other.
+    std::unordered_map<std::string, std::string> hintedNames(const TextPiece& piece) {
+        std::unordered_map<std::string, std::string> names;
         for (const NameHint& hint : piece.names) {
             std::string key = addresses.normalise(hint.address);
             if (!key.empty() && !hint.name.empty()) {
-                names.emplace_back(std::move(key), hint.name);
+                names.try_emplace(std::move(key), hint.name);
             }
         }
         return names;
@@ -115,11 +118,8 @@ void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
             continue;
         }
         if (f.what == FindKind::Email) {
-            for (const auto& [address, name] : names) {
-                if (address == f.address) {
-                    f.name = name;
-                    break;
-                }
+            if (auto hinted = names.find(f.address); hinted != names.end()) {
+                f.name = hinted->second;
             }
         }
         // Finds come in the order of the text, so each newline is counted once.
