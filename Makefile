@@ -37,10 +37,13 @@ format:
 	find src tests bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 # `make bench` measures 1, 10 and 100 MB; `make bench SIZES="1 10"` other sizes.
+# Then `gleanmark harvest` against ripgrep; `make bench BIG=1` adds the 5 GB
+# inputs, `HARVEST="scale=0.1 text"` passes words to gleanmark-harvest-bench.
 bench: deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DGLEANMARK_TESTS=OFF -DGLEANMARK_BENCH=ON
 	cmake --build $(BENCH_DIR) -j $(JOBS)
 	$(BENCH_DIR)/bench/gleanmark-bench $(SIZES)
+	$(BENCH_DIR)/bench/gleanmark-harvest-bench $(if $(BIG),big) $(HARVEST)
 
 # `make package` builds the Debian package in release mode in its own folder:
 # $(PACKAGE_DIR)/gleanmark_<version>_<arch>.deb

@@ -13,7 +13,7 @@ packages=(
   libgtest-dev libgmock-dev googletest
   qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core
   xvfb xauth
-  libqt6svg6 desktop-file-utils man-db groff-base dpkg-dev
+  libqt6svg6 desktop-file-utils man-db groff-base dpkg-dev ripgrep parallel
 )
 
 missing=()

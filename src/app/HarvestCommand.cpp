@@ -8,7 +8,7 @@
 #include <csignal>
 #include <iostream>
 
-#include "ContactFilter.h"
+#include "HarvestOutputOptions.h"
 #include "HarvestProgressLine.h"
 #include "Harvester.h"
 #include "RunOptions.h"
@@ -36,6 +36,8 @@ const char* const kUsage =
     "                         it, chosen by the extension of the -o file\n"
     "  --sightings            one row per sighting instead of one per contact\n"
     "  -q, --quiet            no progress line and no summary\n"
+    "  -j, --jobs N           harvest with N workers (default: one per core); the\n"
+    "                         output is the same whatever N\n"
     "What to find:\n"
     "  --phones REGION        also find phone numbers, dialled from REGION (\"GB\",\n"
     "                         \"US\", ...), written in E.164\n"
@@ -70,58 +72,6 @@ int Usage(const std::string& problem) {
     return exitstatus::kUsage;
 }
 
-std::vector<std::string> ListValues(const QCommandLineParser& parser, const QString& name) {
-    std::vector<std::string> values;
-    for (const QString& value : parser.values(name)) {
-        for (const QString& part : value.split(',', Qt::SkipEmptyParts)) {
-            values.push_back(part.trimmed().toStdString());
-        }
-    }
-    return values;
-}
-
-// The paths as the shell gave them, bytes unchanged: a file name that is not
-// valid UTF-8 must still open.
-std::vector<std::string> RawPaths(const QStringList& positional, int argc, char* argv[]) {
-    std::vector<std::string> paths;
-    int next = 2;
-    for (const QString& p : positional) {
-        std::string raw = p.toStdString();
-        for (int i = next; i < argc; ++i) {
-            if (QString::fromLocal8Bit(argv[i]) == p) {
-                raw = argv[i];
-                next = i + 1;
-                break;
-            }
-        }
-        paths.push_back(raw);
-    }
-    return paths;
-}
-
-bool BuildFilter(const QCommandLineParser& parser, harvest::ContactFilter& filter,
-                 std::string& problem) {
-    filter.onlyDomains(ListValues(parser, "only-domain"));
-    filter.excludeDomains(ListValues(parser, "exclude-domain"));
-    std::vector<std::string> kinds = ListValues(parser, "kind");
-    for (const std::string& kind : kinds) {
-        if (kind != "personal" && kind != "role" && kind != "no-reply" && kind != "web" &&
-            kind != "phone") {
-            problem = "unknown kind \"" + kind + "\"";
-            return false;
-        }
-    }
-    filter.kinds(kinds);
-    filter.noReserved(parser.isSet("no-reserved"));
-    for (const QString& file : parser.values("stop-list")) {
-        if (auto error = filter.loadStopList(file.toStdString())) {
-            problem = "stop list " + file.toStdString() + ": " + *error;
-            return false;
-        }
-    }
-    return true;
-}
-
 void PrintProblems(const harvest::Harvester& harvester) {
     for (const harvest::Problem& p : harvester.problems()) {
         std::cerr << "gleanmark: " << p.source << ": " << p.reason << "\n";
@@ -141,19 +91,12 @@ int HarvestCommandLine(int argc, char* argv[]) {
     parser.addOptions({
         {"files-from", "", "FILE"},
         {{"0", "null"}, ""},
-        {{"o", "output"}, "", "FILE"},
-        {"format", "", "FORMAT"},
-        {"sightings", ""},
-        {{"q", "quiet"}, ""},
         {"phones", "", "REGION"},
         {"no-web", ""},
-        {"only-domain", "", "DOMAIN"},
-        {"exclude-domain", "", "DOMAIN"},
-        {"kind", "", "KIND"},
-        {"no-reserved", ""},
-        {"stop-list", "", "FILE"},
+        {{"j", "jobs"}, "", "N"},
         {{"h", "help"}, ""},
     });
+    HarvestOutputOptions::addTo(parser);
     if (!parser.parse(args)) {
         return Usage(parser.errorText().toStdString());
     }
@@ -162,29 +105,17 @@ int HarvestCommandLine(int argc, char* argv[]) {
         return exitstatus::kCompleted;
     }
 
-    std::string output = parser.value("output").toStdString();
-    if (output == "-") {
-        output.clear();
-    }
-    harvest::Format format = harvest::Format::Tsv;
-    if (parser.isSet("format")) {
-        auto named = harvest::formatNamed(parser.value("format").toStdString());
-        if (!named) {
-            return Usage("unknown format \"" + parser.value("format").toStdString() + "\"");
-        }
-        format = *named;
-    } else if (!output.empty()) {
-        format = harvest::formatForPath(output).value_or(harvest::Format::Tsv);
-    }
-    if (output.empty() && !harvest::isTextFormat(format)) {
-        return Usage("this format needs a file: give one with -o FILE");
+    HarvestOutputOptions output;
+    std::string problem;
+    if (!output.read(parser, problem)) {
+        return Usage(problem);
     }
 
     // Ctrl+C from here on stops the harvest; what was found is still written.
     gInterrupted.store(false);
     std::signal(SIGINT, OnInterrupt);
     harvest::HarvestOptions options;
-    options.paths = RawPaths(parser.positionalArguments(), argc, argv);
+    options.paths = HarvestOutputOptions::rawArguments(parser.positionalArguments(), argc, argv);
     if (parser.isSet("files-from")) {
         if (auto error = harvest::readPathList(parser.value("files-from").toStdString(),
                                                parser.isSet("null"), options.paths)) {
@@ -197,16 +128,17 @@ int HarvestCommandLine(int argc, char* argv[]) {
     if (options.paths.empty() && !parser.isSet("files-from")) {
         return Usage("no PATH given");
     }
+    if (parser.isSet("jobs")) {
+        bool ok = false;
+        options.jobs = parser.value("jobs").toInt(&ok);
+        if (!ok || options.jobs < 1) {
+            return Usage("--jobs takes a number of workers, 1 or more");
+        }
+    }
     options.finders.webAddresses = !parser.isSet("no-web");
     options.finders.phoneRegion = parser.value("phones").toUpper().toStdString();
 
-    harvest::ContactFilter filter;
-    std::string problem;
-    if (!BuildFilter(parser, filter, problem)) {
-        return Usage(problem);
-    }
-
-    bool quiet = parser.isSet("quiet");
+    bool quiet = output.quiet();
     HarvestProgressLine progressLine(!quiet && ::isatty(STDERR_FILENO));
     harvest::Harvester harvester(std::move(options));
     bool finished = harvester.run(gInterrupted, &progressLine);
@@ -214,24 +146,13 @@ int HarvestCommandLine(int argc, char* argv[]) {
     progressLine.clear();
     PrintProblems(harvester);
 
-    std::vector<harvest::Contact> contacts;
-    for (const harvest::Contact& c : harvester.contacts()) {
-        if (filter.keeps(c)) {
-            contacts.push_back(c);
-        }
-    }
-    std::vector<harvest::Sighting> sightings;
-    for (const harvest::Sighting& s : harvester.sightings()) {
-        if (filter.keeps(s)) {
-            sightings.push_back(s);
-        }
-    }
-    harvest::Report report{contacts, sightings, harvester.problems(), harvester.sources()};
+    HarvestOutputOptions::Kept kept;
     std::string error;
-    bool written = harvest::writeReport(format, report, parser.isSet("sightings"), output, error);
+    bool written = output.write(harvester.contacts(), harvester.sightings(), harvester.problems(),
+                                harvester.sources().range(), kept, error);
     if (!quiet) {
-        std::cerr << "gleanmark: " << harvester.sources().size() << " sources, " << contacts.size()
-                  << " contacts, " << sightings.size() << " sightings, "
+        std::cerr << "gleanmark: " << harvester.sources().size() << " sources, " << kept.contacts
+                  << " contacts, " << kept.sightings << " sightings, "
                   << harvester.problems().size() << " problems"
                   << (finished ? "" : " (stopped by Ctrl+C)") << "\n";
     }

@@ -14,6 +14,7 @@ public:
 
     void progress(const harvest::HarvestProgress& progress) override;
     void batch(const harvest::HarvestBatch& batch) override;
+    bool wantsSightings() const override { return false; }
     // Clears the line, so that what follows starts on a clean one.
     void clear();
 

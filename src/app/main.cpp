@@ -9,6 +9,7 @@
 #include "MainForm.h"
 #include "MainFormSide.h"
 #include "MainWindow.h"
+#include "MergeCommand.h"
 #include "QtPorts.h"
 #include "QtPrompts.h"
 #include "QtSettingsStore.h"
@@ -28,6 +29,9 @@ int main(int argc, char* argv[]) {
         if (std::strcmp(argv[1], "harvest") == 0) {
             return HarvestCommandLine(argc, argv);
         }
+        if (std::strcmp(argv[1], "merge") == 0) {
+            return MergeCommandLine(argc, argv);
+        }
         if (std::strcmp(argv[1], "crawl") == 0 || std::strcmp(argv[1], "shortcut") == 0) {
             return WebCommandLine(argc, argv);
         }
@@ -37,6 +41,7 @@ int main(int argc, char* argv[]) {
                "       gleanmark crawl --help     crawl a web site and process its pages\n"
                "       gleanmark shortcut --help  save, clear and process shortcut addresses\n"
                "       gleanmark harvest --help   find clean, validated contacts in files\n"
+               "       gleanmark merge --help     add up the shards of harvests into one\n"
                "       gleanmark --version        print the version\n";
         return 2;
     }

@@ -6,6 +6,7 @@
 #include "AddressParts.h"
 #include "Finders.h"
 #include "TextScan.h"
+#include "TriggerScan.h"
 
 namespace harvest {
 
@@ -22,40 +23,45 @@ bool endsMailto(unsigned char c) {
 }  // namespace
 
 void AddressFinder::find(std::string_view text, std::vector<Find>& out) {
+    Triggers triggers;
+    scanTriggers(text, triggers);
+    find(text, triggers, out);
+}
+
+void AddressFinder::find(std::string_view text, const Triggers& triggers, std::vector<Find>& out) {
     const std::size_t from = out.size();
-    forEachByte(text, '@',
-                [&](std::size_t pos) { tryAt(text, pos, pos + 1, DotSpelling::Plain, out); });
-    forEachByte(text, '&', [&](std::size_t pos) {
+    // The triggers are taken kind by kind, as they were when each kind had a
+    // pass of its own, so that finds over the same text meet in the same order.
+    for (std::size_t pos : triggers.at) {
+        tryAt(text, pos, pos + 1, DotSpelling::Plain, out);
+    }
+    for (std::size_t pos : triggers.entities) {
         if (const std::size_t len = entityAtLength(text, pos)) {
             tryAt(text, pos, pos + len, DotSpelling::Plain, out);
         }
-    });
-    forEachByte(text, '%', [&](std::size_t pos) {
+    }
+    for (std::size_t pos : triggers.percents) {
         if (text.substr(pos, 3) == "%40") {
             tryAt(text, pos, pos + 3, DotSpelling::Plain, out);
         }
-    });
-    for (char open : {'[', '(', '{'}) {
-        forEachByte(text, open, [&](std::size_t pos) { findBracketed(text, pos, out); });
     }
-    for (const char* word : {" at ", " AT "}) {
-        for (const char* p = text.data(); p < text.data() + text.size();) {
-            const void* hit =
-                memmem(p, static_cast<std::size_t>(text.data() + text.size() - p), word, 4);
-            if (hit == nullptr) {
-                break;
-            }
-            const auto pos = static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+    for (const std::vector<std::size_t>& opens : triggers.brackets) {
+        for (std::size_t pos : opens) {
+            findBracketed(text, pos, out);
+        }
+    }
+    for (const std::vector<std::size_t>* spelled :
+         {&triggers.spelledLower, &triggers.spelledUpper}) {
+        for (std::size_t pos : *spelled) {
             tryAt(text, pos, pos + 4, DotSpelling::Spelled, out);
-            p = static_cast<const char*>(hit) + 1;
         }
     }
     std::size_t scannedTo = 0;
-    forEachByte(text, ':', [&](std::size_t pos) {
+    for (std::size_t pos : triggers.colons) {
         if (pos >= scannedTo) {
             findMailto(text, pos, scannedTo, out);
         }
-    });
+    }
 
     // The same address can be reached from more than one trigger ("mailto:"
     // and its "@"); of finds that overlap the first, then the higher ranked,

@@ -9,6 +9,7 @@
 #include "AddressParts.h"
 #include "DomainCheck.h"
 #include "Find.h"
+#include "TriggerScan.h"
 
 namespace harvest {
 
@@ -19,6 +20,8 @@ public:
     // Appends the addresses in text to out, in the order of the text, with
     // a display name where one is written as `Name <address>`.
     void find(std::string_view text, std::vector<Find>& out);
+    // The same with the triggers of text already scanned.
+    void find(std::string_view text, const Triggers& triggers, std::vector<Find>& out);
 
     // The key of an address written whole ("Ann@Example.ORG" gives
     // "Ann@example.org"), or empty when it is not a valid address.

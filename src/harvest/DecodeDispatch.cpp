@@ -43,7 +43,10 @@ void SourceHarvest::decode(const Blob& blob) {
     if (cancelled()) {
         return;
     }
-    SourceKind kind = recognise(blob.bytes);
+    decodeAs(recognise(blob.bytes), blob);
+}
+
+void SourceHarvest::decodeAs(SourceKind kind, const Blob& blob) {
     for (const DecoderEntry& entry : kDecoders) {
         if (entry.kind == kind) {
             entry.decode(blob, *this);

@@ -8,6 +8,7 @@
 
 #include "DecodeContext.h"
 #include "Finders.h"
+#include "SourceKind.h"
 
 namespace harvest {
 
@@ -18,6 +19,8 @@ public:
 
     // Decodes a source the user gave or a folder held (depth 0).
     void decode(const Blob& blob);
+    // Decodes a source whose kind is known (a piece of a large text or mbox).
+    void decodeAs(SourceKind kind, const Blob& blob);
 
     void text(TextPiece piece) override;
     void nested(std::string_view bytes, Origin origin, int depth) override;

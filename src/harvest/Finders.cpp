@@ -13,6 +13,7 @@
 #include "DomainCheck.h"
 #include "PhoneFinder.h"
 #include "TextScan.h"
+#include "TriggerScan.h"
 #include "WebAddressFinder.h"
 
 namespace harvest {
@@ -44,6 +45,7 @@ struct Finders::Impl {
     WebAddressFinder webAddresses{domains};
     std::optional<PhoneFinder> phones;
     std::vector<Find> finds;  // reused from piece to piece
+    Triggers triggers;        // likewise
 };
 
 namespace {
@@ -93,11 +95,13 @@ void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
     // runs puts them all in order.
     std::vector<Find>& finds = impl_->finds;
     finds.clear();
-    impl_->addresses.find(text, finds);
+    scanTriggers(text, impl_->triggers);
+    impl_->addresses.find(text, impl_->triggers, finds);
     const std::size_t webFrom = finds.size();
     if (impl_->options.webAddresses) {
-        impl_->webAddresses.find(text, finds);
+        impl_->webAddresses.find(text, impl_->triggers, finds);
     }
+    impl_->triggers.shrink();
     const std::size_t phoneFrom = finds.size();
     if (impl_->phones) {
         impl_->phones->find(text, finds);
@@ -123,14 +127,9 @@ void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
             }
         }
         // Finds come in the order of the text, so each newline is counted once.
-        while (countedTo < f.start) {
-            const void* nl = std::memchr(text.data() + countedTo, '\n', f.start - countedTo);
-            if (nl == nullptr) {
-                countedTo = f.start;
-                break;
-            }
-            ++line;
-            countedTo = static_cast<std::size_t>(static_cast<const char*>(nl) - text.data()) + 1;
+        if (countedTo < f.start) {
+            line += countNewlines(text.substr(countedTo, f.start - countedTo));
+            countedTo = f.start;
         }
         Sighting& s = out.emplace_back();
         s.what = f.what;

@@ -1,61 +1,274 @@
 #include "Harvester.h"
 
-#include "DecodeDispatch.h"
-#include "SourceKind.h"
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
 
 namespace harvest {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The work between the walk, the workers and the merge: items numbered in
+// the order of the sources, results kept until their turn comes. The walk
+// waits while too much work is ahead of the merge, so memory stays bounded
+// however many and however large the sources are.
+class WorkQueue {
+public:
+    WorkQueue(std::size_t maxAhead, std::int64_t maxBytesAhead)
+        : maxAhead_(maxAhead), maxBytesAhead_(maxBytesAhead) {}
+
+    // From the walk. False when the run stops.
+    bool push(WorkItem item) {
+        const std::int64_t bytes = item.end - item.begin;
+        std::unique_lock lock(mutex_);
+        room_.wait(lock, [&] {
+            return stopped_ || (next_ - merged_ < maxAhead_ &&
+                                (bytesAhead_ + bytes <= maxBytesAhead_ || next_ == merged_));
+        });
+        if (stopped_) {
+            return false;
+        }
+        bytesAhead_ += bytes;
+        sizes_[next_] = bytes;
+        items_.push_back({next_++, std::move(item)});
+        ready_.notify_one();
+        return true;
+    }
+    void walked() {
+        std::lock_guard lock(mutex_);
+        walked_ = true;
+        ready_.notify_all();
+        done_.notify_all();
+    }
+    // For a worker: the next item, or false when there are no more.
+    bool take(std::uint64_t& seq, WorkItem& item) {
+        std::unique_lock lock(mutex_);
+        ready_.wait(lock, [&] { return stopped_ || walked_ || !items_.empty(); });
+        if (stopped_ || items_.empty()) {
+            return false;
+        }
+        seq = items_.front().first;
+        item = std::move(items_.front().second);
+        items_.pop_front();
+        return true;
+    }
+    void finish(std::uint64_t seq, WorkResult result) {
+        std::lock_guard lock(mutex_);
+        results_.emplace(seq, std::move(result));
+        done_.notify_all();
+    }
+    // For the merge: the next result in order; waits at most `wait`. Returns
+    // 1 with a result, 0 on time-out, -1 when every item has been merged.
+    int next(WorkResult& result, std::chrono::milliseconds wait) {
+        std::unique_lock lock(mutex_);
+        auto ready = [&] { return results_.count(merged_) || (walked_ && merged_ == next_); };
+        if (!done_.wait_for(lock, wait, ready)) {
+            return 0;
+        }
+        if (walked_ && merged_ == next_) {
+            return -1;
+        }
+        auto it = results_.find(merged_);
+        result = std::move(it->second);
+        results_.erase(it);
+        bytesAhead_ -= sizes_[merged_];
+        sizes_.erase(merged_);
+        ++merged_;
+        room_.notify_all();
+        return 1;
+    }
+    void stop() {
+        std::lock_guard lock(mutex_);
+        stopped_ = true;
+        room_.notify_all();
+        ready_.notify_all();
+        done_.notify_all();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable room_, ready_, done_;
+    std::deque<std::pair<std::uint64_t, WorkItem>> items_;
+    std::map<std::uint64_t, WorkResult> results_;
+    std::map<std::uint64_t, std::int64_t> sizes_;
+    std::uint64_t next_ = 0, merged_ = 0;
+    std::int64_t bytesAhead_ = 0;
+    const std::size_t maxAhead_;
+    const std::int64_t maxBytesAhead_;
+    bool walked_ = false, stopped_ = false;
+};
+
+}  // namespace
+
+// Puts results back together in order: lines and message numbers of the
+// pieces of a cut file continue from the piece before.
+class HarvestMerge {
+public:
+    explicit HarvestMerge(Harvester& harvester) : h_(harvester) {}
+
+    HarvestBatch add(WorkResult&& r, const WorkItem& item, bool wantSightings) {
+        HarvestBatch batch;
+        if (!item.cut || item.firstPiece) {
+            linesBefore_ = 0;
+            messagesBefore_ = 0;
+        }
+        if (!item.walkProblem && (!item.cut || item.firstPiece)) {
+            h_.sources_.add(r.source);
+            batch.source = r.source;
+        }
+        Sighting s;
+        forEachEncoded(r.sightings, [&](std::string_view record) {
+            if (!decodeRecord(record, s)) {
+                return;
+            }
+            if (item.cut && item.kind == SourceKind::Text) {
+                s.line += linesBefore_;
+            } else if (item.cut && s.origin.message) {
+                *s.origin.message += messagesBefore_;
+            }
+            h_.contacts_.add(s);
+            h_.sightings_.add(s);
+            if (wantSightings) {
+                batch.sightings.push_back(s);
+            }
+        });
+        for (Problem& p : r.problems) {
+            if (item.cut && item.kind == SourceKind::Mbox) {
+                renumberMessageProblem(p, messagesBefore_);
+            }
+            h_.problems_.push_back(p);
+        }
+        linesBefore_ += r.newlines;
+        messagesBefore_ += r.messages;
+        batch.problems = std::move(r.problems);
+        return batch;
+    }
+
+private:
+    Harvester& h_;
+    std::int64_t linesBefore_ = 0;
+    int messagesBefore_ = 0;
+};
 
 Harvester::Harvester(HarvestOptions options) : options_(std::move(options)) {}
 
-HarvestBatch Harvester::harvestFile(const SourceFile& file, Finders& finders,
-                                    const std::atomic<bool>& cancel) const {
-    HarvestBatch batch;
-    batch.source.path = file.path;
-    std::string bytes;
-    if (auto error = readWholeFile(file.path, bytes)) {
-        batch.source.kind = "unreadable";
-        batch.problems.push_back({file.path, *error});
-        return batch;
+int Harvester::jobs() const {
+    if (options_.jobs > 0) {
+        return options_.jobs;
     }
-    batch.source.bytes = static_cast<std::int64_t>(bytes.size());
-    batch.source.kind = kindName(recognise(bytes), bytes);
-    SourceHarvest harvest(finders, options_.limits, cancel, batch.sightings, batch.problems);
-    harvest.decode(Blob{bytes, Origin{file.path, {}, {}, {}, {}}, 0});
-    return batch;
+    return std::max(1u, std::thread::hardware_concurrency());
 }
 
 bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) {
-    std::vector<SourceFile> files;
-    walkSources(options_.paths, files, problems_, &cancel);
+    const int workers = jobs();
+    WorkQueue queue(static_cast<std::size_t>(workers) + 2, 64LL << 20);
+    // The items in flight, by number, so the merge knows what each result is.
+    std::mutex itemsMutex;
+    std::map<std::uint64_t, WorkItem> inFlight;
+    std::uint64_t numbered = 0;
     HarvestProgress progress;
-    progress.sourcesTotal = static_cast<std::int64_t>(files.size());
-    for (const SourceFile& file : files) {
-        progress.bytesTotal += file.bytes;
-    }
-    if (observer) {
-        if (!problems_.empty()) {
-            observer->batch(HarvestBatch{{}, {}, problems_});
+    std::mutex progressMutex;
+
+    auto push = [&](WorkItem item) {
+        {
+            std::lock_guard lock(itemsMutex);
+            WorkItem copy = item;
+            copy.file.path = item.file.path;
+            inFlight.emplace(numbered++, std::move(copy));
         }
-        observer->progress(progress);
+        return queue.push(std::move(item));
+    };
+    std::thread walker([&] {
+        bool going = true;
+        walkSources(options_.paths,
+                    WalkSink{[&](SourceFile file) {
+                                 {
+                                     std::lock_guard lock(progressMutex);
+                                     ++progress.sourcesTotal;
+                                     progress.bytesTotal += file.bytes;
+                                 }
+                                 planWork(file, options_.cut, [&](WorkItem item) {
+                                     going = going && push(std::move(item));
+                                 });
+                             },
+                             [&](Problem problem) {
+                                 WorkItem item;
+                                 item.walkProblem = std::move(problem);
+                                 going = going && push(std::move(item));
+                             }},
+                    &cancel);
+        {
+            std::lock_guard lock(progressMutex);
+            progress.walked = true;
+        }
+        queue.walked();
+    });
+    std::vector<std::thread> pool;
+    for (int i = 0; i < workers; ++i) {
+        pool.emplace_back([&] {
+            Finders finders(options_.finders);
+            std::uint64_t seq = 0;
+            WorkItem item;
+            while (queue.take(seq, item)) {
+                queue.finish(seq, doWork(item, options_.cut, finders, options_.limits, cancel));
+            }
+        });
     }
-    Finders finders(options_.finders);
-    for (const SourceFile& file : files) {
+
+    HarvestMerge merge(*this);
+    HarvestProgress shown;
+    auto lastShown = Clock::now() - std::chrono::seconds(1);
+    for (;;) {
         if (cancel.load(std::memory_order_relaxed)) {
+            queue.stop();
+        }
+        WorkResult result;
+        const int got = queue.next(result, std::chrono::milliseconds(50));
+        if (got < 0) {
             break;
         }
-        HarvestBatch batch = harvestFile(file, finders, cancel);
-        for (const Sighting& s : batch.sightings) {
-            contacts_.add(s);
+        if (got > 0) {
+            WorkItem item;
+            {
+                std::lock_guard lock(itemsMutex);
+                auto it = inFlight.begin();  // results come in the order of their numbers
+                item = std::move(it->second);
+                inFlight.erase(it);
+            }
+            HarvestBatch batch =
+                merge.add(std::move(result), item, observer && observer->wantsSightings());
+            {
+                std::lock_guard lock(progressMutex);
+                if (!item.walkProblem && (!item.cut || item.firstPiece)) {
+                    ++progress.sourcesDone;
+                }
+                progress.bytesDone += item.end - item.begin;
+                shown = progress;
+            }
+            if (observer) {
+                observer->batch(batch);
+            }
+        } else if (cancel.load(std::memory_order_relaxed)) {
+            break;
         }
-        sightings_.insert(sightings_.end(), batch.sightings.begin(), batch.sightings.end());
-        problems_.insert(problems_.end(), batch.problems.begin(), batch.problems.end());
-        sources_.push_back(batch.source);
-        ++progress.sourcesDone;
-        progress.bytesDone += file.bytes;
-        if (observer) {
-            observer->batch(batch);
-            observer->progress(progress);
+        if (observer && Clock::now() - lastShown > std::chrono::milliseconds(100)) {
+            std::lock_guard lock(progressMutex);
+            shown = progress;
+            lastShown = Clock::now();
+            observer->progress(shown);
         }
+    }
+    queue.stop();
+    walker.join();
+    for (std::thread& t : pool) {
+        t.join();
+    }
+    if (observer) {
+        observer->progress(progress);
     }
     return !cancel.load(std::memory_order_relaxed);
 }

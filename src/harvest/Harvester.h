@@ -1,8 +1,10 @@
 #pragma once
 // A harvest run: the sources the user named, walked in order, each decoded and
-// searched, the sightings added up to contacts. A window or a command line
+// searched on every core, the sightings added up to contacts in the order of
+// the sources, whatever the number of workers. A window or a command line
 // drives it the same way: it reports progress, hands out what each source gave
-// as a batch while it runs, and stops when asked.
+// as a batch while it runs, and stops when asked. Sightings and sources wait
+// in spill files, so memory holds the contacts and a bounded amount of work.
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -12,7 +14,8 @@
 #include "DecodeContext.h"
 #include "Finders.h"
 #include "HarvestTypes.h"
-#include "SourceWalk.h"
+#include "HarvestWork.h"
+#include "SpillList.h"
 
 namespace harvest {
 
@@ -20,18 +23,21 @@ struct HarvestOptions {
     std::vector<std::string> paths;
     FinderOptions finders;
     Limits limits;
+    CutOptions cut;
+    int jobs = 0;  // workers; 0: one per core
 };
 
 struct HarvestProgress {
     std::int64_t sourcesDone = 0;
-    std::int64_t sourcesTotal = 0;
+    std::int64_t sourcesTotal = 0;  // grows while the folders are walked
     std::int64_t bytesDone = 0;
     std::int64_t bytesTotal = 0;
+    bool walked = false;  // every source has been found; the totals are final
 };
 
-// What one source gave.
+// What one source, or one piece of a large one, gave.
 struct HarvestBatch {
-    SourceInfo source;
+    SourceInfo source;  // empty path for a batch that only carries problems
     std::vector<Sighting> sightings;
     std::vector<Problem> problems;
 };
@@ -39,34 +45,38 @@ struct HarvestBatch {
 class HarvestObserver {
 public:
     virtual ~HarvestObserver() = default;
-    // After the sources are listed, and after each source.
+    // Now and then while the run goes on, on the thread that called run().
     virtual void progress(const HarvestProgress& progress) = 0;
-    // After each source, before its progress.
+    // After each source or piece, in order, on the thread that called run().
     virtual void batch(const HarvestBatch& batch) = 0;
+    // Whether batches should carry their sightings (a window shows them; a
+    // command line that only counts does not need them).
+    virtual bool wantsSightings() const { return true; }
 };
 
 class Harvester {
 public:
     explicit Harvester(HarvestOptions options);
 
-    // Harvests every source, or stops early when cancel is set; returns false
+    // Harvests every source, or stops soon after cancel is set; returns false
     // then. What was found before the stop is kept.
     bool run(const std::atomic<bool>& cancel, HarvestObserver* observer = nullptr);
 
     const std::vector<Contact>& contacts() const { return contacts_.contacts(); }
-    const std::vector<Sighting>& sightings() const { return sightings_; }
+    const SpillList<Sighting>& sightings() const { return sightings_; }
     const std::vector<Problem>& problems() const { return problems_; }
-    const std::vector<SourceInfo>& sources() const { return sources_; }
+    const SpillList<SourceInfo>& sources() const { return sources_; }
+
+    // How many workers a run uses.
+    int jobs() const;
 
 private:
-    HarvestBatch harvestFile(const SourceFile& file, Finders& finders,
-                             const std::atomic<bool>& cancel) const;
-
+    friend class HarvestMerge;
     HarvestOptions options_;
     ContactSet contacts_;
-    std::vector<Sighting> sightings_;
+    SpillList<Sighting> sightings_;
     std::vector<Problem> problems_;
-    std::vector<SourceInfo> sources_;
+    SpillList<SourceInfo> sources_;
 };
 
 }  // namespace harvest

@@ -1,13 +1,11 @@
-// HTML through gumbo: the text a reader sees (plus scripts and comments, where
-// addresses hide too), the attribute values, and the names mailto: links give
-// their addresses.
+// HTML pages: their charset, and the mailto: links in them. The text itself
+// is read by HtmlText.cpp.
 #include "HtmlDecoder.h"
-
-#include <gumbo.h>
 
 #include <algorithm>
 #include <cctype>
-#include <memory>
+#include <cstdint>
+#include <cstring>
 
 #include "Decoders.h"
 #include "PercentEscapes.h"
@@ -16,53 +14,8 @@
 namespace harvest {
 namespace {
 
-// Elements that start a line of their own; every other element (b, span, a,
-// an unknown one, ...) runs on with the text around it.
-constexpr std::string_view kBlockTags[] = {
-    "address",  "article",  "aside",      "blockquote", "body",   "br",       "caption",
-    "center",   "dd",       "details",    "dialog",     "dir",    "div",      "dl",
-    "dt",       "fieldset", "figcaption", "figure",     "footer", "form",     "frame",
-    "frameset", "h1",       "h2",         "h3",         "h4",     "h5",       "h6",
-    "head",     "header",   "hgroup",     "hr",         "html",   "iframe",   "legend",
-    "li",       "listing",  "main",       "menu",       "nav",    "noscript", "ol",
-    "optgroup", "option",   "p",          "plaintext",  "pre",    "script",   "section",
-    "select",   "summary",  "table",      "tbody",      "td",     "template", "textarea",
-    "tfoot",    "th",       "thead",      "title",      "tr",     "ul",       "xmp"};
-
-bool isBlock(GumboTag tag) {
-    const std::string_view name = gumbo_normalized_tagname(tag);
-    return std::find(std::begin(kBlockTags), std::end(kBlockTags), name) != std::end(kBlockTags);
-}
-
-// Deeper than real pages go, shallow enough for gumbo to stay quick.
-constexpr int kMaxNesting = 4096;
-
 bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
-}
-
-void endLine(std::string& s) {
-    if (!s.empty() && s.back() != '\n') {
-        s += '\n';
-    }
-}
-
-// Runs of white space as one space, none at either end.
-std::string collapsed(std::string_view s) {
-    std::string out;
-    bool gap = false;
-    for (const char c : s) {
-        if (isSpace(c)) {
-            gap = !out.empty();
-        } else {
-            if (gap) {
-                out += ' ';
-                gap = false;
-            }
-            out += c;
-        }
-    }
-    return out;
 }
 
 std::string_view trimmed(std::string_view s) {
@@ -102,144 +55,80 @@ void addRecipients(std::string_view list, std::vector<std::string>& out) {
     }
 }
 
-// Walks the tree depth first without recursion, since a hostile page can nest
-// elements deeper than a thread's stack allows.
-class HtmlWalk {
-public:
-    std::string text;
-    std::string attributes;
-    std::vector<NameHint> hints;
-
-    void run(const GumboNode* root) {
-        stack_.push_back({root, false, 0, {}});
-        while (!stack_.empty()) {
-            Frame frame = std::move(stack_.back());
-            stack_.pop_back();
-            if (frame.closing) {
-                close(frame);
-            } else {
-                open(frame.node);
+// Valid UTF-8 without the control characters that decoding would replace:
+// such a page is read as it is, without a converted copy. ascii tells whether
+// every byte is below 0x80.
+bool isCleanUtf8(std::string_view s, bool& ascii) {
+    constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t size = s.size();
+    ascii = true;
+    std::size_t i = 0;
+    while (i < size) {
+        if (i + 8 <= size) {
+            std::uint64_t w;
+            std::memcpy(&w, p + i, 8);
+            const std::uint64_t del = w ^ (kOnes * 0x7F);
+            const std::uint64_t suspect =
+                (w & kHigh) | ((w - kOnes * 0x20) & ~w & kHigh) | ((del - kOnes) & ~del & kHigh);
+            if (suspect == 0) {
+                i += 8;
+                continue;
             }
         }
-    }
-
-private:
-    struct Frame {
-        const GumboNode* node;
-        bool closing;
-        std::size_t textStart;                // for a mailto: link, where its text starts
-        std::vector<std::string> recipients;  // for a mailto: link
-    };
-    std::vector<Frame> stack_;
-
-    void pushChildren(const GumboVector& children) {
-        for (unsigned i = children.length; i-- > 0;) {
-            stack_.push_back({static_cast<const GumboNode*>(children.data[i]), false, 0, {}});
+        // Byte by byte to the end of the block of eight that held something.
+        const std::size_t stop = std::min(size, i + 8);
+        while (i < stop && p[i] >= 0x20 && p[i] < 0x7F) {
+            ++i;
         }
-    }
-
-    void open(const GumboNode* node) {
-        switch (node->type) {
-            case GUMBO_NODE_DOCUMENT:
-                pushChildren(node->v.document.children);
-                return;
-            case GUMBO_NODE_TEXT:
-            case GUMBO_NODE_CDATA:
-            case GUMBO_NODE_WHITESPACE:
-                text += node->v.text.text;
-                return;
-            case GUMBO_NODE_COMMENT:
-                endLine(text);
-                text += node->v.text.text;
-                endLine(text);
-                return;
-            case GUMBO_NODE_ELEMENT:
-            case GUMBO_NODE_TEMPLATE:
-                openElement(node);
-                return;
-        }
-    }
-
-    void openElement(const GumboNode* node) {
-        const GumboElement& element = node->v.element;
-        const GumboVector& attrs = element.attributes;
-        for (unsigned i = 0; i < attrs.length; ++i) {
-            const auto* attr = static_cast<const GumboAttribute*>(attrs.data[i]);
-            if (attr->value && *attr->value) {
-                attributes += attr->value;
-                attributes += '\n';
-            }
-        }
-        if (element.tag == GUMBO_TAG_STYLE) {
-            return;  // CSS: "@media", "@import" and the like, never an address
-        }
-        if (isBlock(element.tag)) {
-            endLine(text);
-        }
-        Frame closing{node, true, text.size(), {}};
-        if (element.tag == GUMBO_TAG_A) {
-            if (const GumboAttribute* href = gumbo_get_attribute(&attrs, "href")) {
-                closing.recipients = mailtoRecipients(href->value);
-            }
-        }
-        stack_.push_back(std::move(closing));
-        pushChildren(element.children);
-    }
-
-    void close(const Frame& frame) {
-        if (!frame.recipients.empty()) {
-            // The link's text names its addresses, unless it is an address itself.
-            std::string name = collapsed(std::string_view(text).substr(frame.textStart));
-            if (!name.empty() && name.find('@') == std::string::npos) {
-                for (const std::string& address : frame.recipients) {
-                    hints.push_back({address, name});
-                }
-            }
-        }
-        if (isBlock(frame.node->v.element.tag)) {
-            endLine(text);
-        }
-    }
-};
-
-// Elements that never hold others, or that the parser closes when the next
-// of their kind opens: they add nothing to the depth of the tree.
-constexpr std::string_view kFlatTags[] = {"area",  "base",  "br", "col",     "dd",   "embed",  "hr",
-                                          "img",   "input", "li", "link",    "meta", "option", "p",
-                                          "param", "rp",    "rt", "source",  "td",   "th",     "tr",
-                                          "track", "wbr",   "dt", "optgroup"};
-
-// How deep the elements of a page nest, at most (unclosed elements count as
-// nested). Deep nesting makes gumbo slow (quadratic) and, past tens of
-// thousands of levels, overflows the stack as it frees the tree.
-bool nestsDeeperThan(std::string_view html, int limit) {
-    int depth = 0;
-    for (std::size_t at = html.find('<'); at != std::string_view::npos;
-         at = html.find('<', at + 1)) {
-        const bool closing = at + 1 < html.size() && html[at + 1] == '/';
-        const std::size_t nameStart = at + (closing ? 2 : 1);
-        std::size_t nameEnd = nameStart;
-        while (nameEnd < html.size() && std::isalnum(static_cast<unsigned char>(html[nameEnd]))) {
-            ++nameEnd;
-        }
-        if (nameEnd == nameStart) {
+        if (i == stop) {
             continue;
         }
-        const std::string name = lower(html.substr(nameStart, nameEnd - nameStart));
-        if (std::find(std::begin(kFlatTags), std::end(kFlatTags), name) != std::end(kFlatTags)) {
+        const unsigned c = p[i];
+        if (c < 0x80) {
+            if ((c < 0x20 && !isSpace(static_cast<char>(c))) || c == 0x7F) {
+                return false;
+            }
+            ++i;
             continue;
         }
-        if (closing) {
-            depth = std::max(0, depth - 1);
-        } else if (++depth > limit) {
-            return true;
+        ascii = false;
+        std::size_t n = 0;
+        unsigned lo = 0x80, hi = 0xBF;
+        if (c >= 0xC2 && c <= 0xDF) {
+            n = 1;
+            lo = c == 0xC2 ? 0xA0 : 0x80;  // not a C1 control
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            n = 2;
+            lo = c == 0xE0 ? 0xA0 : 0x80;
+            hi = c == 0xED ? 0x9F : 0xBF;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            n = 3;
+            lo = c == 0xF0 ? 0x90 : 0x80;
+            hi = c == 0xF4 ? 0x8F : 0xBF;
+        } else {
+            return false;
         }
+        if (i + n >= size || p[i + 1] < lo || p[i + 1] > hi) {
+            return false;
+        }
+        for (std::size_t k = 2; k <= n; ++k) {
+            if ((p[i + k] & 0xC0) != 0x80) {
+                return false;
+            }
+        }
+        i += n + 1;
     }
-    return false;
+    return true;
 }
 
-std::int64_t lineCount(std::string_view s) {
-    return static_cast<std::int64_t>(std::count(s.begin(), s.end(), '\n'));
+// Charsets that read ASCII as ASCII, byte for byte.
+bool asciiCompatible(const std::string& charset) {
+    static constexpr std::string_view kNames[] = {"us-ascii", "ascii", "latin1",
+                                                  "latin-1",  "utf-8", "utf8"};
+    return charset.starts_with("iso-8859-") || charset.starts_with("windows-125") ||
+           std::find(std::begin(kNames), std::end(kNames), charset) != std::end(kNames);
 }
 
 }  // namespace
@@ -306,49 +195,27 @@ std::string metaCharset(std::string_view bytes) {
     return {};
 }
 
-void decodeHtmlUtf8(std::string_view utf8, const Origin& origin, DecodeContext& context) {
-    if (nestsDeeperThan(utf8, kMaxNesting)) {
-        context.problem(origin.source, "HTML nested too deeply to parse; read as plain text");
-        TextPiece piece;
-        piece.origin = origin;
-        piece.text = std::string(utf8);
-        context.text(std::move(piece));
-        return;
-    }
-    GumboOptions options = kGumboDefaultOptions;
-    options.max_errors = 0;
-    auto destroy = [&options](GumboOutput* output) { gumbo_destroy_output(&options, output); };
-    std::unique_ptr<GumboOutput, decltype(destroy)> output(
-        gumbo_parse_with_options(&options, utf8.data(), utf8.size()), destroy);
-    if (!output) {
-        context.problem(origin.source, "the HTML could not be parsed");
-        return;
-    }
-    HtmlWalk walk;
-    walk.run(output->document);
-    // The attribute values read as if they followed the text after a newline,
-    // so the lines and offsets of the two pieces never overlap. The hints go
-    // with both: the addresses are in the attribute piece, their names in the text.
-    const bool separated = !walk.text.empty() && walk.text.back() != '\n';
-    TextPiece attributes;
-    attributes.origin = origin;
-    attributes.firstLine = 1 + lineCount(walk.text) + (separated ? 1 : 0);
-    attributes.firstOffset = static_cast<std::int64_t>(walk.text.size()) + (separated ? 1 : 0);
-    attributes.text = std::move(walk.attributes);
-    attributes.names = walk.hints;
-    if (!walk.text.empty()) {
-        TextPiece text;
-        text.origin = origin;
-        text.text = std::move(walk.text);
-        text.names = std::move(walk.hints);
-        context.text(std::move(text));
-    }
-    if (!attributes.text.empty()) {
-        context.text(std::move(attributes));
-    }
-}
-
 void decodeHtml(const Blob& blob, DecodeContext& context) {
+    // A page in clean UTF-8 (or ASCII under a charset that reads it as such) is
+    // read in place; any other is converted whole first.
+    std::string_view bytes = blob.bytes;
+    std::string charset;
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
+        bytes.remove_prefix(3);
+        charset = "utf-8";
+    } else if (!bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF") &&
+               !bytes.starts_with(std::string_view("\0\0\xFE\xFF", 4))) {
+        charset = metaCharset(bytes);
+    } else {
+        charset = "utf-16";
+    }
+    bool ascii = false;
+    const bool clean = isCleanUtf8(bytes, ascii);
+    if (clean && (charset.empty() || charset == "utf-8" || charset == "utf8" ||
+                  (ascii && asciiCompatible(charset)))) {
+        decodeHtmlUtf8(bytes, blob.origin, context);
+        return;
+    }
     const std::string utf8 = toUtf8(blob.bytes, metaCharset(blob.bytes));
     decodeHtmlUtf8(utf8, blob.origin, context);
 }

@@ -11,8 +11,10 @@ namespace harvest {
 
 // Decodes HTML that is already UTF-8 (a mail's HTML part converted by its
 // declared charset), so any <meta> charset in it no longer applies. Hands on
-// up to two pieces: the document text, then every attribute value, one a
-// line, numbered as if it followed the text after a newline.
+// the document text, then every attribute value, one a line, numbered as if
+// it followed the text after a newline; each in pieces of about a megabyte
+// cut at line ends, numbered as one text. A piece's name hints are those of
+// the mailto: links that end in it (and the last few of the piece before).
 void decodeHtmlUtf8(std::string_view utf8, const Origin& origin, DecodeContext& context);
 
 // The charset a <meta charset> or <meta http-equiv content="...; charset=...">

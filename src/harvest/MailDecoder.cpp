@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "Decoders.h"
+#include "MboxSplit.h"
 #include "TextDecoder.h"
 
 namespace harvest {
@@ -86,44 +87,8 @@ void decodeMail(const Blob& blob, DecodeContext& context) {
 
 void decodeMbox(const Blob& blob, DecodeContext& context) {
     mail::ensureGMime();
-    const std::string_view all = blob.bytes;
-    // A separator is a "From " line after an empty line that ends in a year,
-    // as "From sender date" does, or whose next line is a header field.
-    // Writers that forget to escape "From " at the start of a body line leave
-    // such lines in messages; they do not split them.
-    auto endsWithYear = [](std::string_view line) {
-        while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) {
-            line.remove_suffix(1);
-        }
-        if (line.size() < 5 || line[line.size() - 5] != ' ') {
-            return false;
-        }
-        return std::all_of(line.end() - 4, line.end(), [](char c) { return c >= '0' && c <= '9'; });
-    };
-    auto isFieldLine = [](std::string_view line) {
-        std::size_t colon = 0;
-        while (colon < line.size() && colon < 77 && line[colon] > ' ' && line[colon] < 127 &&
-               line[colon] != ':') {
-            ++colon;
-        }
-        return colon > 0 && colon < line.size() && line[colon] == ':';
-    };
-    auto findSeparator = [&](std::size_t from) {
-        for (std::size_t hit = all.find("\nFrom ", from); hit != std::string_view::npos;
-             hit = all.find("\nFrom ", hit + 1)) {
-            bool afterEmpty = hit == 0 || all[hit - 1] == '\n' ||
-                              (all[hit - 1] == '\r' && hit >= 2 && all[hit - 2] == '\n');
-            std::size_t eol = all.find('\n', hit + 1);
-            if (afterEmpty && eol != std::string_view::npos &&
-                (endsWithYear(all.substr(hit + 1, eol - hit - 1)) ||
-                 isFieldLine(all.substr(eol + 1, 80)))) {
-                return hit;
-            }
-        }
-        return std::string_view::npos;
-    };
     int number = 0;
-    auto decodeOne = [&](std::string_view message) {
+    splitMbox(blob.bytes, [&](std::string_view message) {
         Origin origin = blob.origin;
         origin.message = ++number;
         if (mail::mayBeQuoted(message)) {
@@ -131,28 +96,8 @@ void decodeMbox(const Blob& blob, DecodeContext& context) {
         } else {
             mail::decodeMessage(message, origin, blob.depth, context);
         }
-    };
-    std::size_t at = 0;
-    if (!all.starts_with("From ")) {
-        // Text before the first separator: a message whose separator was lost.
-        const std::size_t separator = findSeparator(0);
-        at = separator == std::string_view::npos ? all.size() : separator + 1;
-        if (all.substr(0, at).find_first_not_of(" \t\r\n") != std::string_view::npos) {
-            decodeOne(all.substr(0, at));
-        }
-    }
-    while (at < all.size() && !context.cancelled()) {
-        // at is on a "From " line; the message runs from the next line to the
-        // newline before the next separator.
-        const std::size_t eol = all.find('\n', at);
-        if (eol == std::string_view::npos) {
-            break;
-        }
-        const std::size_t separator = findSeparator(eol);
-        const std::size_t end = separator == std::string_view::npos ? all.size() : separator + 1;
-        decodeOne(all.substr(eol + 1, end - eol - 1));
-        at = end;
-    }
+        return !context.cancelled();
+    });
 }
 
 }  // namespace harvest

@@ -43,10 +43,10 @@ template <typename Each>
 void forEachRow(const Report& report, bool sightingRows, Each each) {
     std::vector<FieldValue> row;
     if (sightingRows) {
-        for (const Sighting& s : report.sightings) {
+        report.sightings.forEach([&](const Sighting& s) {
             sightingRow(s, row);
             each(row);
-        }
+        });
     } else {
         for (const Contact& c : report.contacts) {
             contactRow(c, row);

@@ -37,9 +37,7 @@ const char* specialKind(mode_t mode) {
 
 class Walker {
 public:
-    Walker(std::vector<SourceFile>& files, std::vector<Problem>& problems,
-           const std::atomic<bool>* cancel)
-        : files_(files), problems_(problems), cancel_(cancel) {}
+    Walker(const WalkSink& sink, const std::atomic<bool>* cancel) : sink_(sink), cancel_(cancel) {}
 
     void visit(const std::string& path) {
         if (cancel_ && cancel_->load(std::memory_order_relaxed)) {
@@ -50,19 +48,19 @@ public:
             int error = errno;
             struct stat link {};
             if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
-                problems_.push_back({path, error == ELOOP ? "a symbolic link loop; skipped"
-                                                          : "a broken symbolic link; skipped"});
+                sink_.problem(Problem{path, error == ELOOP ? "a symbolic link loop; skipped"
+                                                           : "a broken symbolic link; skipped"});
             } else {
-                problems_.push_back({path, "cannot read: " + systemReason(error)});
+                sink_.problem(Problem{path, "cannot read: " + systemReason(error)});
             }
             return;
         }
         if (S_ISREG(st.st_mode)) {
-            files_.push_back({path, static_cast<std::int64_t>(st.st_size)});
+            sink_.file(SourceFile{path, static_cast<std::int64_t>(st.st_size)});
         } else if (S_ISDIR(st.st_mode)) {
             visitFolder(path, st);
         } else {
-            problems_.push_back({path, std::string(specialKind(st.st_mode)) + "; skipped"});
+            sink_.problem(Problem{path, std::string(specialKind(st.st_mode)) + "; skipped"});
         }
     }
 
@@ -70,18 +68,18 @@ private:
     void visitFolder(const std::string& path, const struct stat& st) {
         FileId id{st.st_dev, st.st_ino};
         if (std::find(open_.begin(), open_.end(), id) != open_.end()) {
-            problems_.push_back({path,
-                                 "a symbolic link loop back into a folder being read; "
-                                 "skipped"});
+            sink_.problem(Problem{path,
+                                  "a symbolic link loop back into a folder being read; "
+                                  "skipped"});
             return;
         }
         if (!seen_.insert(id).second) {
-            problems_.push_back({path, "a folder already read through another path; skipped"});
+            sink_.problem(Problem{path, "a folder already read through another path; skipped"});
             return;
         }
         DIR* dir = ::opendir(path.c_str());
         if (!dir) {
-            problems_.push_back({path, "cannot read the folder: " + systemReason(errno)});
+            sink_.problem(Problem{path, "cannot read the folder: " + systemReason(errno)});
             return;
         }
         std::vector<std::string> names;
@@ -104,8 +102,7 @@ private:
         open_.pop_back();
     }
 
-    std::vector<SourceFile>& files_;
-    std::vector<Problem>& problems_;
+    const WalkSink& sink_;
     const std::atomic<bool>* cancel_;
     std::vector<FileId> open_;  // the folders from the root down to the one being read
     std::set<FileId> seen_;
@@ -113,12 +110,20 @@ private:
 
 }  // namespace
 
-void walkSources(const std::vector<std::string>& paths, std::vector<SourceFile>& files,
-                 std::vector<Problem>& problems, const std::atomic<bool>* cancel) {
-    Walker walker(files, problems, cancel);
+void walkSources(const std::vector<std::string>& paths, const WalkSink& sink,
+                 const std::atomic<bool>* cancel) {
+    Walker walker(sink, cancel);
     for (const std::string& path : paths) {
         walker.visit(path);
     }
+}
+
+void walkSources(const std::vector<std::string>& paths, std::vector<SourceFile>& files,
+                 std::vector<Problem>& problems, const std::atomic<bool>* cancel) {
+    walkSources(paths,
+                WalkSink{[&](SourceFile f) { files.push_back(std::move(f)); },
+                         [&](Problem p) { problems.push_back(std::move(p)); }},
+                cancel);
 }
 
 std::optional<std::string> readPathList(const std::string& listPath, bool nulSeparated,
@@ -153,14 +158,18 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& b
     if (fd < 0) {
         return "cannot read: " + systemReason(errno);
     }
-    bytes.clear();
+    // Read straight into the string, sized by the file; a file that grows
+    // while it is read is read on to its end.
     struct stat st {};
-    if (::fstat(fd, &st) == 0 && st.st_size > 0) {
-        bytes.reserve(static_cast<size_t>(st.st_size));
-    }
-    char buffer[1 << 16];
+    std::size_t size =
+        ::fstat(fd, &st) == 0 && st.st_size > 0 ? static_cast<std::size_t>(st.st_size) : 0;
+    bytes.resize(std::max<std::size_t>(size, 1 << 16));
+    std::size_t got = 0;
     for (;;) {
-        ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (got == bytes.size()) {
+            bytes.resize(bytes.size() * 2);
+        }
+        ssize_t n = ::read(fd, bytes.data() + got, bytes.size() - got);
         if (n == 0) {
             break;
         }
@@ -170,10 +179,12 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& b
             }
             int error = errno;
             ::close(fd);
+            bytes.clear();
             return "cannot read: " + systemReason(error);
         }
-        bytes.append(buffer, static_cast<size_t>(n));
+        got += static_cast<std::size_t>(n);
     }
+    bytes.resize(got);
     ::close(fd);
     return std::nullopt;
 }

@@ -4,6 +4,7 @@
 // entries sorted by name, sub-folders walked where they sort.
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,15 @@ struct SourceFile {
 // sockets, and paths that do not exist or cannot be read.
 void walkSources(const std::vector<std::string>& paths, std::vector<SourceFile>& files,
                  std::vector<Problem>& problems, const std::atomic<bool>* cancel = nullptr);
+
+// The same, one file or problem at a time as the walk finds them, so that a
+// folder of millions of files is never listed in memory.
+struct WalkSink {
+    std::function<void(SourceFile)> file;
+    std::function<void(Problem)> problem;
+};
+void walkSources(const std::vector<std::string>& paths, const WalkSink& sink,
+                 const std::atomic<bool>* cancel = nullptr);
 
 // Reads a list of paths, one a line (or NUL-separated), from a file or, for
 // "-", from standard input. Empty entries are skipped. Returns an error text.

@@ -127,9 +127,9 @@ bool fill(sqlite3* db, const Report& report, std::string& error) {
     ok = ok && f.insert("sightings", kSightingFields.size(),
                         [&](auto each) { forEachRow(report, true, each); });
     ok = ok && f.insert("sources", 3, [&](auto each) {
-        for (const SourceInfo& s : report.sources) {
+        report.sources.forEach([&](const SourceInfo& s) {
             each({text(s.path), text(s.kind), {FieldValue::Type::Number, {}, s.bytes, false}});
-        }
+        });
     });
     ok = ok && f.insert("problems", 2, [&](auto each) {
         for (const Problem& p : report.problems) {

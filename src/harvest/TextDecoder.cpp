@@ -6,6 +6,10 @@
 #include <iconv.h>
 #include <uchardet/uchardet.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -87,48 +91,94 @@ struct Utf8Stats {
     std::size_t multibyte = 0;  // valid sequences of two bytes or more
 };
 
+#if defined(__SSE2__)
+// Whether the 16 bytes at p are all printable ASCII, tab, newline, carriage
+// return or form feed: text that goes through as it is.
+bool plainBlock(Bytes p) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    // Compared as signed bytes, so everything from 0x80 up fails "> 0x1f".
+    const __m128i printable = _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8(0x1f)),
+                                            _mm_cmplt_epi8(v, _mm_set1_epi8(0x7f)));
+    const __m128i spacing = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8('\t')),
+                                                      _mm_cmpeq_epi8(v, _mm_set1_epi8('\n'))),
+                                         _mm_or_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8('\f')),
+                                                      _mm_cmpeq_epi8(v, _mm_set1_epi8('\r'))));
+    return _mm_movemask_epi8(_mm_or_si128(printable, spacing)) == 0xffff;
+}
+#else
+bool plainBlock(Bytes p) {
+    for (int i = 0; i < 16; ++i) {
+        if (p[i] >= 0x7f || (p[i] < 0x20 && isBadControl(p[i]))) {
+            return false;
+        }
+    }
+    return true;
+}
+#endif
+
 // Cleans UTF-8 and counts what it met. With binary set, runs of at least four
 // ASCII characters in UTF-16LE (as programs keep their strings) are taken in
 // as the characters they stand for instead of letters spaced out by NULs.
+// Most text needs no change at all: it is checked 16 bytes at a time, and the
+// runs that stay as they are are copied whole; only the bytes that change are
+// written one by one.
 std::string cleanCounting(std::string_view in, Utf8Stats& stats, bool binary) {
-    std::string out(in.size(), ' ');
+    std::string out;
+    out.reserve(in.size());
     const Bytes p = reinterpret_cast<Bytes>(in.data());
     const std::size_t size = in.size();
-    std::size_t o = 0;
+    std::size_t kept = 0;  // p[kept, i) goes out unchanged
+    auto replace = [&](std::size_t i, std::size_t next, char with) {
+        out.append(in.data() + kept, i - kept);
+        out += with;
+        kept = next;
+    };
     auto utf16Ascii = [&](std::size_t at) {
         return at + 1 < size && p[at + 1] == 0 && p[at] >= 0x20 && p[at] < 0x7f;
     };
-    for (std::size_t i = 0; i < size;) {
-        const unsigned c = p[i];
-        if (binary && utf16Ascii(i) && utf16Ascii(i + 2) && utf16Ascii(i + 4) &&
-            utf16Ascii(i + 6)) {
-            while (utf16Ascii(i)) {
-                out[o++] = static_cast<char>(p[i]);
-                i += 2;
+    std::size_t i = 0;
+    while (i < size) {
+        // A plain block in binary mode must not be followed by a NUL, which
+        // could make its last byte the start of a UTF-16LE run.
+        while (i + 16 <= size && plainBlock(p + i) && (!binary || i + 16 == size || p[i + 16])) {
+            i += 16;
+        }
+        // Byte by byte to the end of the block that was not plain.
+        const std::size_t stop = std::min(size, i + 16);
+        while (i < stop) {
+            const unsigned c = p[i];
+            if (binary && utf16Ascii(i) && utf16Ascii(i + 2) && utf16Ascii(i + 4) &&
+                utf16Ascii(i + 6)) {
+                out.append(in.data() + kept, i - kept);
+                while (utf16Ascii(i)) {
+                    out += static_cast<char>(p[i]);
+                    i += 2;
+                }
+                kept = i;
+                continue;
             }
-            continue;
-        }
-        if (c < 0x80) {
-            out[o++] = isBadControl(c) ? ' ' : static_cast<char>(c);
-            ++i;
-            continue;
-        }
-        const std::size_t n = sequenceLength(p + i, size - i);
-        if (n == 0) {
-            ++stats.invalid;
-            out[o++] = ' ';
-            ++i;
-        } else if (n == 2 && c == 0xc2 && p[i + 1] < 0xa0) {  // a C1 control
-            out[o++] = ' ';
-            i += 2;
-        } else {
-            ++stats.multibyte;
-            std::memcpy(&out[o], p + i, n);
-            o += n;
-            i += n;
+            if (c < 0x80) {
+                if (isBadControl(c)) {
+                    replace(i, i + 1, ' ');
+                }
+                ++i;
+                continue;
+            }
+            const std::size_t n = sequenceLength(p + i, size - i);
+            if (n == 0) {
+                ++stats.invalid;
+                replace(i, i + 1, ' ');
+                ++i;
+            } else if (n == 2 && c == 0xc2 && p[i + 1] < 0xa0) {  // a C1 control
+                replace(i, i + 2, ' ');
+                i += 2;
+            } else {
+                ++stats.multibyte;
+                i += n;
+            }
         }
     }
-    out.resize(o);
+    out.append(in.data() + kept, size - kept);
     return out;
 }
 

@@ -67,12 +67,19 @@ std::size_t trimmedEnd(std::string_view text, std::size_t from, std::size_t end)
 }  // namespace
 
 void WebAddressFinder::find(std::string_view text, std::vector<Find>& out) {
+    Triggers triggers;
+    scanTriggers(text, triggers);
+    find(text, triggers, out);
+}
+
+void WebAddressFinder::find(std::string_view text, const Triggers& triggers,
+                            std::vector<Find>& out) {
     std::size_t scannedTo = 0;
-    forEachByte(text, ':', [&](std::size_t pos) {
+    for (std::size_t pos : triggers.colons) {
         if (pos >= scannedTo) {
             tryAt(text, pos, scannedTo, out);
         }
-    });
+    }
 }
 
 void WebAddressFinder::tryAt(std::string_view text, std::size_t colon, std::size_t& scannedTo,

@@ -6,6 +6,7 @@
 
 #include "DomainCheck.h"
 #include "Find.h"
+#include "TriggerScan.h"
 
 namespace harvest {
 
@@ -15,6 +16,8 @@ public:
 
     // Appends the web addresses in text to out, in the order of the text.
     void find(std::string_view text, std::vector<Find>& out);
+    // The same with the triggers of text already scanned.
+    void find(std::string_view text, const Triggers& triggers, std::vector<Find>& out);
 
 private:
     // The address whose "://" is at colon; scannedTo gets how far it read.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "HarvestTypes.h"
+#include "RecordRange.h"
 
 namespace harvest {
 
@@ -22,9 +23,9 @@ bool isTextFormat(Format format);
 
 struct Report {
     const std::vector<Contact>& contacts;
-    const std::vector<Sighting>& sightings;
+    RecordRange<Sighting> sightings;
     const std::vector<Problem>& problems;
-    const std::vector<SourceInfo>& sources;
+    RecordRange<SourceInfo> sources;
 };
 
 // Writes the report: one row per contact, or one per sighting when

@@ -46,6 +46,23 @@ protected:
     TempDir dir;
 };
 
+// Whether the process catches the signal, by its mask in /proc; waits up to
+// 30 s for it.
+bool WaitUntilCatching(pid_t pid, int signal) {
+    for (int tries = 0; tries < 3000; ++tries) {
+        std::string status = ReadBytes("/proc/" + std::to_string(pid) + "/status");
+        std::size_t at = status.find("SigCgt:");
+        if (at != std::string::npos) {
+            unsigned long long mask = std::stoull(status.substr(at + 7), nullptr, 16);
+            if (mask & (1ull << (signal - 1))) {
+                return true;
+            }
+        }
+        QThread::msleep(10);
+    }
+    return false;
+}
+
 const char* const kContactHeader =
     "address\tname\tkind\tdomain\treserved\tsightings\tfirst_source\n";
 
@@ -206,8 +223,10 @@ TEST_F(HarvestCommand, CtrlCEndsWithStatus130AndStillWritesTheOutput) {
     p.start(GLEANMARK_BIN, {"harvest", "-q", "-o", QString::fromStdString(dir.file("out.tsv")),
                             "--files-from", "-"});
     ASSERT_TRUE(p.waitForStarted());
-    QThread::msleep(300);  // the list is still being read: Ctrl+C arrives now
-    ::kill(static_cast<pid_t>(p.processId()), SIGINT);
+    // Ctrl+C once the program catches it, while it still reads the list.
+    const pid_t pid = static_cast<pid_t>(p.processId());
+    ASSERT_TRUE(WaitUntilCatching(pid, SIGINT)) << "the program never caught Ctrl+C";
+    ::kill(pid, SIGINT);
     QThread::msleep(100);
     p.write((dir.file("in/a.txt") + "\n").c_str());
     p.closeWriteChannel();

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <map>
 
 #include "TempDir.h"
@@ -28,7 +29,7 @@ Outcome harvestPaths(std::vector<std::string> paths) {
     Outcome run;
     run.finished = harvester.run(cancel);
     run.contacts = harvester.contacts();
-    run.sightings = harvester.sightings();
+    harvester.sightings().forEach([&](const Sighting& s) { run.sightings.push_back(s); });
     run.problems = harvester.problems();
     return run;
 }
@@ -209,29 +210,95 @@ public:
     void progress(const HarvestProgress&) override {}
     void batch(const HarvestBatch& batch) override {
         if (!batch.source.path.empty()) {
-            ++batches;
             cancel_.store(true);
         }
     }
-    int batches = 0;
 
 private:
     std::atomic<bool>& cancel_;
 };
 
-TEST(Harvester, StoppedRunKeepsWhatTheFinishedSourcesGave) {
+// Everything a run hands out, one line per sighting or problem, to compare
+// runs by.
+std::string everything(const HarvestOptions& options) {
+    Harvester harvester(options);
+    std::atomic<bool> cancel{false};
+    EXPECT_TRUE(harvester.run(cancel));
+    std::string all;
+    harvester.sightings().forEach([&](const Sighting& s) {
+        all += s.address + "|" + s.name + "|" + s.origin.source + "|" +
+               std::to_string(s.origin.message.value_or(0)) + "|" + s.origin.messageId + "|" +
+               std::to_string(s.line) + "|" + std::to_string(s.offset) + "|" + s.origin.field +
+               "|" + s.context + "\n";
+    });
+    for (const Problem& p : harvester.problems()) {
+        all += "problem " + p.source + ": " + p.reason + "\n";
+    }
+    harvester.sources().forEach(
+        [&](const SourceInfo& s) { all += "source " + s.path + " " + s.kind + "\n"; });
+    return all;
+}
+
+TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
     TempDir dir;
-    dir.write("1.txt", "first@firm.com");
-    dir.write("2.txt", "second@firm.com");
+    std::string text, line, mbox;
+    for (int i = 0; i < 300; ++i) {
+        text += "Line " + std::to_string(i) + " to Person " + std::to_string(i) + " <person" +
+                std::to_string(i) + "@firm.com> (see https://firm.com/p/" + std::to_string(i) +
+                ")\n";
+        line += "x" + std::string(static_cast<std::size_t>(i % 37), 'y') + " p" +
+                std::to_string(i) + "@line.org ";
+        mbox += "From a@b.org Mon Jan  1 00:00:00 2024\nFrom: Writer " + std::to_string(i) + " <w" +
+                std::to_string(i) + "@mail.org>\nMessage-ID: <m" + std::to_string(i) +
+                "@mail.org>\n\nBody of " + std::to_string(i) + ", cc c" + std::to_string(i) +
+                "@mail.org\n\n";
+        if (i == 150) {
+            mbox += "From nobody Mon Jan  1 00:00:00 2024\n\x01 not a message c@mail.org\n\n";
+        }
+    }
+    dir.write("a-text.txt", text);
+    dir.write("b-one-line.txt", line);
+    dir.write("c-mail.mbox", mbox);
+    dir.write("d-page.html", "<html><a href=\"mailto:h@page.org\">Page Person</a></html>");
+    dir.write("e-archive.zip", makeZip({{"in.txt", "z@zip.org"}}));
     HarvestOptions options;
     options.paths = {dir.path()};
+    options.jobs = 1;
+    options.cut.cutFrom = 1LL << 40;  // nothing cut
+    const std::string reference = everything(options);
+    EXPECT_NE(reference.find("message 152: not a readable mail message"), std::string::npos)
+        << reference;
+    options.cut.cutFrom = 1000;
+    for (std::int64_t piece : {300, 1000, 4096}) {
+        options.cut.pieceBytes = piece;
+        for (int jobs : {1, 2, 8}) {
+            options.jobs = jobs;
+            EXPECT_EQ(everything(options), reference)
+                << "pieces of " << piece << ", " << jobs << " jobs";
+        }
+    }
+}
+
+TEST(Harvester, StoppedRunKeepsAnUnbrokenRunOfTheFirstSources) {
+    TempDir dir;
+    for (int i = 0; i < 400; ++i) {
+        char name[16];
+        std::snprintf(name, sizeof name, "%03d.txt", i);
+        dir.write(name, "person" + std::to_string(i) + "@firm.com");
+    }
+    HarvestOptions options;
+    options.paths = {dir.path()};
+    options.jobs = 2;
     Harvester harvester(options);
     std::atomic<bool> cancel{false};
     StopAfterFirst observer(cancel);
     EXPECT_FALSE(harvester.run(cancel, &observer));
-    EXPECT_EQ(observer.batches, 1);
-    ASSERT_EQ(harvester.contacts().size(), 1u);
-    EXPECT_EQ(harvester.contacts()[0].address, "first@firm.com");
+    const auto& contacts = harvester.contacts();
+    ASSERT_GE(contacts.size(), 1u);
+    EXPECT_LT(contacts.size(), 400u);
+    for (std::size_t i = 0; i < contacts.size(); ++i) {
+        EXPECT_EQ(contacts[i].address, "person" + std::to_string(i) + "@firm.com");
+    }
 }
 
 }  // namespace

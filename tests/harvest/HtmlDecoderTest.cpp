@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "Decoders.h"
 #include "HtmlDecoder.h"
 #include "RecordingContext.h"
+#include "TextDecoder.h"
 
 namespace harvest {
 namespace {
@@ -57,6 +59,10 @@ INSTANTIATE_TEST_SUITE_P(
                          "<style>@media print { p { color: red } }</style><p>text</p>",
                          {"text"},
                          {"@media", "color"}},
+                    Case{"SelfClosingStyleInSvgHidesNothing",
+                         "<svg><style/></svg><p>ann@x.org</p><style/>@import x</style>b",
+                         {"ann@x.org", "b"},
+                         {"@import"}},
                     Case{"ScriptAndCommentKept",
                          "<script>var m = 'carol' + '@x.org';</script><!-- dave@x.org --><p>x</p>",
                          {"'carol' + '@x.org'", "dave@x.org"},
@@ -155,15 +161,14 @@ TEST(MailtoRecipients, AngleFormAndJunk) {
     EXPECT_TRUE(mailtoRecipients("mail:ann@x.org").empty());
 }
 
-TEST(HtmlDecoder, DeepNestingIsReadAsPlainText) {
+TEST(HtmlDecoder, DeepNestingIsReadLikeAnyPage) {
     std::string html;
     for (int i = 0; i < 200000; ++i)
         html += "<div>";
     html += "ann@x.org";
     const RecordingContext context = decoded(html);
     EXPECT_NE(context.allText().find("ann@x.org"), std::string::npos);
-    ASSERT_EQ(context.problems.size(), 1u);
-    EXPECT_EQ(context.problems[0].source, "page.html");
+    EXPECT_TRUE(context.problems.empty());
 }
 
 TEST(HtmlDecoder, ManyUnclosedParagraphsAreNotDeep) {
@@ -174,6 +179,146 @@ TEST(HtmlDecoder, ManyUnclosedParagraphsAreNotDeep) {
     const RecordingContext context = decoded(html);
     EXPECT_NE(context.allText().find("ann@x.org"), std::string::npos);
     EXPECT_TRUE(context.problems.empty());
+}
+
+// The pieces of one source read as one text: each starts where the one
+// before ended, in lines and in bytes.
+void expectContinuous(const std::vector<TextPiece>& pieces, std::size_t from, std::size_t to) {
+    for (std::size_t i = from + 1; i < to; ++i) {
+        const TextPiece& before = pieces[i - 1];
+        EXPECT_EQ(pieces[i].firstOffset,
+                  before.firstOffset + static_cast<std::int64_t>(before.text.size()));
+        EXPECT_EQ(pieces[i].firstLine,
+                  before.firstLine + std::count(before.text.begin(), before.text.end(), '\n'));
+    }
+}
+
+std::string address(int i) {
+    return "user" + std::to_string(i) + "@d" + std::to_string(i % 7) + ".org";
+}
+
+TEST(HtmlStreaming, LargePageInBoundedPiecesCutAtLineEnds) {
+    std::string html = "<html><body>";
+    const int count = 30000;  // attribute values well under what is kept
+    for (int i = 0; i < count; ++i) {
+        html += "<p>Write to <a href=\"mailto:" + address(i) + "\">Name " + std::to_string(i) +
+                "</a> or <b>" + address(i) + "</b> about the thing we talked about.</p>\n";
+    }
+    const RecordingContext context = decoded(html);
+    ASSERT_GT(context.pieces.size(), 3u);
+    const std::size_t texts = context.pieces.size() - 1;  // the last holds the attributes
+    std::string text;
+    std::size_t hints = 0;
+    for (std::size_t i = 0; i < texts; ++i) {
+        const TextPiece& piece = context.pieces[i];
+        EXPECT_LE(piece.text.size(), (1u << 20) + 4096);
+        EXPECT_EQ(piece.text.back(), '\n');
+        text += piece.text;
+        hints += piece.names.size();
+    }
+    expectContinuous(context.pieces, 0, texts);
+    EXPECT_EQ(context.pieces[0].firstLine, 1);
+    EXPECT_EQ(context.pieces[0].firstOffset, 0);
+    // Every address whole in the text, every link's name among the hints
+    // (those of a piece go with the next one too).
+    for (int i = 0; i < count; i += 997) {
+        EXPECT_NE(text.find(" " + address(i) + " about"), std::string::npos) << i;
+    }
+    EXPECT_GE(hints, static_cast<std::size_t>(count));
+    EXPECT_LE(hints, static_cast<std::size_t>(count) * 2);
+    const TextPiece& attributes = context.pieces.back();
+    EXPECT_EQ(attributes.firstOffset, static_cast<std::int64_t>(text.size()));
+    EXPECT_EQ(attributes.firstLine, 1 + std::count(text.begin(), text.end(), '\n'));
+    EXPECT_EQ(attributes.names.size(), static_cast<std::size_t>(count));
+}
+
+TEST(HtmlStreaming, LineWithoutBreaksIsCutAtASpace) {
+    std::string html = "<p>";
+    while (html.size() < (3u << 20)) {
+        html += "word ann@x.org ";
+    }
+    const RecordingContext context = decoded(html);
+    ASSERT_GE(context.pieces.size(), 3u);
+    for (std::size_t i = 0; i + 1 < context.pieces.size(); ++i) {
+        EXPECT_EQ(context.pieces[i].text.back(), ' ');
+        EXPECT_TRUE(context.pieces[i + 1].text.starts_with("word ann@x.org"));
+    }
+    expectContinuous(context.pieces, 0, context.pieces.size());
+}
+
+TEST(HtmlStreaming, ManyAttributeValuesFollowTheTextInPieces) {
+    // More values than the decoder keeps in memory: they come in pieces of
+    // their own after the text, in order, with the names of the mailto: links.
+    std::string html;
+    std::string values;
+    const int count = 15000;
+    for (int i = 0; i < count; ++i) {
+        const std::string title = "t" + std::to_string(i) + std::string(100, 'x');
+        html += "<a title=\"" + title + "\" href=\"mailto:" + address(i) + "\">N<b>" +
+                std::to_string(i) + "</b></a><br>\n";
+        values += title + "\nmailto:" + address(i) + "\n";
+    }
+    const RecordingContext context = decoded(html);
+    std::size_t first = 0;  // the first attribute piece
+    while (first < context.pieces.size() && !context.pieces[first].text.starts_with("t0x")) {
+        ++first;
+    }
+    ASSERT_LT(first + 1, context.pieces.size());
+    std::string text, attributes;
+    std::size_t hints = 0;
+    for (std::size_t i = 0; i < context.pieces.size(); ++i) {
+        (i < first ? text : attributes) += context.pieces[i].text;
+        for (const NameHint& hint : context.pieces[i].names) {
+            hints +=
+                i >= first && hint.name == "N" + hint.address.substr(4, hint.address.find('@') - 4);
+        }
+    }
+    EXPECT_EQ(attributes, values);
+    EXPECT_GE(hints, static_cast<std::size_t>(count));
+    expectContinuous(context.pieces, 0, first);
+    expectContinuous(context.pieces, first, context.pieces.size());
+    const bool separated = text.back() != '\n';
+    EXPECT_EQ(context.pieces[first].firstOffset,
+              static_cast<std::int64_t>(text.size()) + (separated ? 1 : 0));
+    EXPECT_EQ(context.pieces[first].firstLine,
+              1 + std::count(text.begin(), text.end(), '\n') + (separated ? 1 : 0));
+}
+
+TEST(HtmlStreaming, RunsWithoutSpacesAreCutBetweenCharacters) {
+    // Three bytes a character, so that a cut by size alone would split one.
+    std::string word;
+    while (word.size() < (3u << 20)) {
+        word += "\xE2\x82\xAC";
+    }
+    for (const std::string& html : {"<p>" + word + "</p>", "<p title=\"" + word + "\">x</p>"}) {
+        const RecordingContext context = decoded(html);
+        std::string all;
+        for (const TextPiece& piece : context.pieces) {
+            EXPECT_EQ(cleanUtf8(piece.text), piece.text);
+            all += piece.text;
+        }
+        EXPECT_NE(all.find(word), std::string::npos);
+        EXPECT_GE(context.pieces.size(), 3u);
+    }
+}
+
+TEST(HtmlStreaming, CancelledRunStopsAfterThePieceAtHand) {
+    std::string html;
+    while (html.size() < (4u << 20)) {
+        html += "<p>ann@x.org and more words to fill a line with</p>\n";
+    }
+    RecordingContext context;
+    context.cancel = true;
+    decodeHtml(Blob{html, Origin{"page.html", {}, {}, {}, {}}, 0}, context);
+    EXPECT_EQ(context.pieces.size(), 1u);
+}
+
+TEST(HtmlDecoder, ControlCharactersBecomeSpaces) {
+    const RecordingContext context = decoded(
+        "<p>ann\x01x\x7F<b title=\"a\x02"
+        "b\">y</b></p>");
+    EXPECT_NE(context.allText().find("ann x y"), std::string::npos) << context.allText();
+    EXPECT_NE(context.allText().find("a b"), std::string::npos);
 }
 
 }  // namespace

@@ -1,0 +1,239 @@
+#include "HarvestWork.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "DecodeDispatch.h"
+#include "MboxSplit.h"
+#include "SpillList.h"
+
+namespace harvest {
+namespace {
+
+constexpr std::int64_t kLook = 64 << 10;  // how far past a cut to look for a line end
+
+// Plain text that can be cut by bytes: no byte-order mark of UTF-16 or
+// UTF-32 and no NUL bytes in the head (UTF-16 without a mark has them).
+bool cutsByBytes(std::string_view head) {
+    if (head.starts_with("\xFF\xFE") || head.starts_with("\xFE\xFF")) {
+        return false;
+    }
+    return head.find('\0') == std::string_view::npos;
+}
+
+// Where the piece after `target` starts: after the first line end at or past
+// it, or at target itself in a line longer than kLook.
+std::int64_t textCut(const SourceFile& file, std::int64_t target) {
+    std::string bytes;
+    if (readRange(file.path, target - 1, std::min(file.bytes, target + kLook), bytes)) {
+        return target;
+    }
+    std::size_t nl = bytes.find('\n');
+    return nl == std::string::npos ? target : target - 1 + static_cast<std::int64_t>(nl) + 1;
+}
+
+// Where the first message at or after `target` starts; the file's size when
+// none does.
+std::int64_t mboxCut(const SourceFile& file, std::int64_t target) {
+    constexpr std::int64_t kBack = 4;  // to see the empty line before a separator
+    constexpr std::int64_t kAhead = 4 << 20;
+    for (std::int64_t from = target; from < file.bytes; from += kAhead) {
+        const std::int64_t start = std::max<std::int64_t>(0, from - kBack);
+        std::string bytes;
+        if (readRange(file.path, start, std::min(file.bytes, from + kAhead + 1024), bytes)) {
+            return file.bytes;
+        }
+        std::size_t hit = nextMboxSeparator(bytes, static_cast<std::size_t>(from - start));
+        if (hit != std::string::npos && start + static_cast<std::int64_t>(hit) < from + kAhead) {
+            return start + static_cast<std::int64_t>(hit);
+        }
+    }
+    return file.bytes;
+}
+
+bool isMessageReason(const std::string& reason) {
+    return reason.starts_with("message ");
+}
+
+}  // namespace
+
+std::optional<std::string> readRange(const std::string& path, std::int64_t begin, std::int64_t end,
+                                     std::string& bytes) {
+    bytes.clear();
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return std::string("cannot read: ") + std::strerror(errno);
+    }
+    bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, end - begin)));
+    std::size_t got = 0;
+    while (got < bytes.size()) {
+        ssize_t n = ::pread(fd, bytes.data() + got, bytes.size() - got,
+                            static_cast<off_t>(begin) + static_cast<off_t>(got));
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n < 0) {
+            int error = errno;
+            ::close(fd);
+            return std::string("cannot read: ") + std::strerror(error);
+        }
+        if (n == 0) {
+            break;  // the file shrank while it was read
+        }
+        got += static_cast<std::size_t>(n);
+    }
+    bytes.resize(got);
+    ::close(fd);
+    return std::nullopt;
+}
+
+void planWork(const SourceFile& file, const CutOptions& cut,
+              const std::function<void(WorkItem)>& item) {
+    WorkItem whole;
+    whole.file = file;
+    whole.end = file.bytes;
+    if (file.bytes <= cut.cutFrom) {
+        item(std::move(whole));
+        return;
+    }
+    std::string head;
+    if (readRange(file.path, 0, std::min<std::int64_t>(file.bytes, kLook), head)) {
+        item(std::move(whole));  // the work reports why it cannot be read
+        return;
+    }
+    const SourceKind kind = recognise(head);
+    const bool text = kind == SourceKind::Text && cutsByBytes(head);
+    if (!text && kind != SourceKind::Mbox) {
+        item(std::move(whole));
+        return;
+    }
+    std::int64_t begin = 0;
+    bool first = true;
+    while (begin < file.bytes) {
+        std::int64_t target = begin + cut.pieceBytes;
+        std::int64_t end = target >= file.bytes ? file.bytes
+                           : text               ? textCut(file, target)
+                                                : mboxCut(file, target);
+        if (end <= begin) {
+            end = std::min(file.bytes, target);
+        }
+        WorkItem piece;
+        piece.file = file;
+        piece.cut = true;
+        piece.kind = text ? SourceKind::Text : SourceKind::Mbox;
+        piece.firstPiece = first;
+        piece.begin = begin;
+        piece.end = end;
+        item(std::move(piece));
+        first = false;
+        begin = end;
+    }
+}
+
+WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
+                  const Limits& limits, const std::atomic<bool>& cancel) {
+    WorkResult result;
+    std::vector<Sighting> sightings;
+    // Hands the sightings on encoded, keeping those that start where keep() says.
+    auto encode = [&](const std::function<bool(Sighting&)>& keep) {
+        for (Sighting& s : sightings) {
+            if (!keep || keep(s)) {
+                appendEncoded(s, result.sightings);
+                ++result.sightingCount;
+            }
+        }
+        sightings.clear();
+    };
+    if (item.walkProblem) {
+        result.problems.push_back(*item.walkProblem);
+        return result;
+    }
+    result.source.path = item.file.path;
+    result.source.bytes = item.file.bytes;
+    SourceHarvest harvest(finders, limits, cancel, sightings, result.problems);
+    const Origin origin{item.file.path, {}, {}, {}, {}};
+    std::string bytes;
+    if (!item.cut) {
+        if (item.file.bytes > cut.maxWholeFile) {
+            result.source.kind = "too large";
+            result.problems.push_back(
+                {item.file.path, "larger than " + std::to_string(cut.maxWholeFile >> 20) +
+                                     " MB and not plain text or an mbox; not read"});
+            return result;
+        }
+        if (auto error = readWholeFile(item.file.path, bytes)) {
+            result.source.kind = "unreadable";
+            result.problems.push_back({item.file.path, *error});
+            return result;
+        }
+        result.source.bytes = static_cast<std::int64_t>(bytes.size());
+        result.source.kind = kindName(recognise(bytes), bytes);
+        harvest.decode(Blob{bytes, origin, 0});
+        encode({});
+        return result;
+    }
+    result.source.kind = item.kind == SourceKind::Mbox ? "mbox" : "text";
+    if (item.kind == SourceKind::Mbox) {
+        if (auto error = readRange(item.file.path, item.begin, item.end, bytes)) {
+            result.problems.push_back({item.file.path, *error});
+            return result;
+        }
+        harvest.decodeAs(SourceKind::Mbox, Blob{bytes, origin, 0});
+        splitMbox(bytes, [&](std::string_view) {
+            ++result.messages;
+            return true;
+        });
+        encode({});
+        return result;
+    }
+    // A piece of text, read with its margins; what starts in a margin belongs
+    // to the piece beside it.
+    const std::int64_t left = std::min(cut.margin, item.begin);
+    const std::int64_t right = std::min(cut.margin, item.file.bytes - item.end);
+    if (auto error = readRange(item.file.path, item.begin - left, item.end + right, bytes)) {
+        result.problems.push_back({item.file.path, *error});
+        return result;
+    }
+    harvest.decodeAs(SourceKind::Text, Blob{bytes, origin, 0});
+    const std::string_view all = bytes;
+    const std::int64_t coreEnd = std::min<std::int64_t>(left + (item.end - item.begin),
+                                                        static_cast<std::int64_t>(all.size()));
+    const auto marginLines = std::count(all.begin(), all.begin() + left, '\n');
+    result.newlines = std::count(all.begin() + left, all.begin() + coreEnd, '\n');
+    encode([&](Sighting& s) {
+        if (s.offset < left || s.offset >= coreEnd) {
+            return false;
+        }
+        s.offset += item.begin - left;
+        s.line -= marginLines;
+        return true;
+    });
+    return result;
+}
+
+// Message numbers in the problems of an mbox piece count from the piece's
+// start; the harvester adds the messages before it.
+bool renumberMessageProblem(Problem& problem, int messagesBefore) {
+    if (!isMessageReason(problem.reason)) {
+        return false;
+    }
+    std::size_t digits = 8;
+    int n = 0;
+    while (digits < problem.reason.size() && problem.reason[digits] >= '0' &&
+           problem.reason[digits] <= '9') {
+        n = n * 10 + (problem.reason[digits] - '0');
+        ++digits;
+    }
+    if (digits == 8 || problem.reason.compare(digits, 2, ": ") != 0) {
+        return false;
+    }
+    problem.reason =
+        "message " + std::to_string(n + messagesBefore) + problem.reason.substr(digits);
+    return true;
+}
+
+}  // namespace harvest

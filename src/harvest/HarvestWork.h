@@ -1,0 +1,67 @@
+#pragma once
+// The pieces of work a harvest is cut into, and doing one. A file is one piece,
+// except a large plain text (cut at line ends, each piece read with a margin
+// on either side so that what touches a cut is found once, as in the whole
+// text) and a large mbox (cut where a message starts). Pieces are done on any
+// thread in any order; the harvester puts their results back in order.
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "DecodeContext.h"
+#include "Finders.h"
+#include "HarvestTypes.h"
+#include "SourceKind.h"
+#include "SourceWalk.h"
+
+namespace harvest {
+
+struct CutOptions {
+    std::int64_t cutFrom = 64LL << 20;        // files larger than this are cut...
+    std::int64_t pieceBytes = 1LL << 20;      // ...into pieces of about this size
+    std::int64_t margin = 8 << 10;            // read on either side of a text piece
+    std::int64_t maxWholeFile = 512LL << 20;  // any other file read whole: at most this
+};
+
+struct WorkItem {
+    SourceFile file;
+    std::optional<Problem> walkProblem;  // an item that only carries a problem of the walk
+    bool cut = false;                    // a piece of a file cut in pieces
+    SourceKind kind = SourceKind::Text;  // of a cut file
+    bool firstPiece = true;
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+};
+
+struct WorkResult {
+    SourceInfo source;  // for a whole file or the first piece of a cut one
+    // The sightings, encoded as the spill file keeps them (a third of their
+    // size in memory), with their count.
+    std::string sightings;
+    std::size_t sightingCount = 0;
+    std::vector<Problem> problems;
+    // For a piece of a text: its newlines (sightings' lines count from its
+    // start); of an mbox: its messages (numbered from its start).
+    std::int64_t newlines = 0;
+    int messages = 0;
+};
+
+// Cuts a file into work items, in order; reads no more than a little around
+// each cut.
+void planWork(const SourceFile& file, const CutOptions& cut,
+              const std::function<void(WorkItem)>& item);
+
+WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
+                  const Limits& limits, const std::atomic<bool>& cancel);
+
+// Renumbers "message N: ..." in a problem of an mbox piece by the messages
+// of the pieces before it.
+bool renumberMessageProblem(Problem& problem, int messagesBefore);
+
+// Reads bytes [begin, end) of a file. Returns an error text.
+std::optional<std::string> readRange(const std::string& path, std::int64_t begin, std::int64_t end,
+                                     std::string& bytes);
+
+}  // namespace harvest
