@@ -19,7 +19,7 @@
 namespace harvest {
 
 struct CutOptions {
-    std::int64_t cutFrom = 64LL << 20;        // files larger than this are cut...
+    std::int64_t cutFrom = 2LL << 20;         // files larger than this are cut...
     std::int64_t pieceBytes = 1LL << 20;      // ...into pieces of about this size
     std::int64_t margin = 8 << 10;            // read on either side of a text piece
     std::int64_t maxWholeFile = 512LL << 20;  // any other file read whole: at most this
