@@ -16,50 +16,39 @@
 
 namespace {
 
-const char* const kUsage =
-    "usage: gleanmark harvest [OPTIONS] PATH...\n"
-    "\n"
-    "Finds e-mail addresses (validated against the public suffix list), names,\n"
-    "web addresses and, on request, phone numbers in files and folders: text in any\n"
-    "common encoding, HTML, mail messages, mbox files and Maildir folders, PDF,\n"
-    "Office and OpenDocument files, EPUB, zip, tar, gzip, bzip2, xz and WARC\n"
-    "archives, recognised by their content. Each contact is listed once, with\n"
-    "where it was first found.\n"
-    "\n"
-    "Input:\n"
-    "  --files-from FILE      also harvest the paths listed in FILE, one a line\n"
-    "                         (\"-\": standard input)\n"
-    "  -0, --null             the list of --files-from is separated by NUL bytes\n"
-    "Output:\n"
-    "  -o, --output FILE      write to FILE (default: standard output)\n"
-    "  --format FORMAT        tsv (default), csv, jsonl, sqlite, xlsx or vcf; without\n"
-    "                         it, chosen by the extension of the -o file\n"
-    "  --sightings            one row per sighting instead of one per contact\n"
-    "  -q, --quiet            no progress line and no summary\n"
-    "  -j, --jobs N           harvest with N workers (default: one per core); the\n"
-    "                         output is the same whatever N\n"
-    "What to find:\n"
-    "  --phones REGION        also find phone numbers, dialled from REGION (\"GB\",\n"
-    "                         \"US\", ...), written in E.164\n"
-    "  --no-web               leave out web addresses\n"
-    "Filters (each may be given more than once, or as a comma-separated list):\n"
-    "  --only-domain DOMAIN   only addresses at DOMAIN or its subdomains\n"
-    "  --exclude-domain DOMAIN  leave out addresses at DOMAIN and its subdomains\n"
-    "  --kind KIND            only contacts of this kind: personal, role, no-reply,\n"
-    "                         web, phone\n"
-    "  --no-reserved          leave out names kept for documentation and tests\n"
-    "                         (example.org, .test, ...)\n"
-    "  --stop-list FILE       leave out the addresses, domains or \"*\" patterns in\n"
-    "                         FILE, one a line\n"
-    "\n"
-    "Fields of a contact: address, name, kind, domain, reserved, sightings,\n"
-    "first_source. Fields of a sighting: address, name, source, page, message,\n"
-    "message_id, line, offset, field, context.\n"
-    "\n"
-    "Progress, problems and a summary go to standard error. Exit status: 0 done\n"
-    "(problems of single sources are reported and the run goes on), 2 usage error,\n"
-    "3 output not written, 130 ended by Ctrl+C (what was found so far is still\n"
-    "written).\n";
+std::string UsageText() {
+    return std::string(
+               "usage: gleanmark harvest [OPTIONS] PATH...\n"
+               "\n"
+               "Finds e-mail addresses (validated against the public suffix list), names,\n"
+               "web addresses and, on request, phone numbers in files and folders: text in any\n"
+               "common encoding, HTML, mail messages, mbox files and Maildir folders, PDF,\n"
+               "Office and OpenDocument files, EPUB, zip, tar, gzip, bzip2, xz and WARC\n"
+               "archives, recognised by their content. Each contact is listed once, with\n"
+               "where it was first found.\n"
+               "\n"
+               "Input:\n"
+               "  --files-from FILE      also harvest the paths listed in FILE, one a line\n"
+               "                         (\"-\": standard input)\n"
+               "  -0, --null             the list of --files-from is separated by NUL bytes\n") +
+           HarvestOutputOptions::kOutputHelp +
+           "  -j, --jobs N           harvest with N workers (default: one per core); the\n"
+           "                         output is the same whatever N\n"
+           "What to find:\n"
+           "  --phones REGION        also find phone numbers, dialled from REGION (\"GB\",\n"
+           "                         \"US\", ...), written in E.164\n"
+           "  --no-web               leave out web addresses\n" +
+           HarvestOutputOptions::kFilterHelp +
+           "\n"
+           "Fields of a contact: address, name, kind, domain, reserved, sightings,\n"
+           "first_source. Fields of a sighting: address, name, source, page, message,\n"
+           "message_id, line, offset, field, context.\n"
+           "\n"
+           "Progress, problems and a summary go to standard error. Exit status: 0 done\n"
+           "(problems of single sources are reported and the run goes on), 2 usage error,\n"
+           "3 output not written, 130 ended by Ctrl+C (what was found so far is still\n"
+           "written).\n";
+}
 
 std::atomic<bool> gInterrupted{false};
 
@@ -68,7 +57,7 @@ void OnInterrupt(int) {
 }
 
 int Usage(const std::string& problem) {
-    std::cerr << "gleanmark: " << problem << "\n\n" << kUsage;
+    std::cerr << "gleanmark: " << problem << "\n\n" << UsageText();
     return exitstatus::kUsage;
 }
 
@@ -101,7 +90,7 @@ int HarvestCommandLine(int argc, char* argv[]) {
         return Usage(parser.errorText().toStdString());
     }
     if (parser.isSet("help")) {
-        std::cout << kUsage;
+        std::cout << UsageText();
         return exitstatus::kCompleted;
     }
 
