@@ -48,7 +48,8 @@ bool decodeRecord(std::string_view in, SourceInfo& s);
 template <typename T>
 class SpillList {
 public:
-    explicit SpillList(std::size_t memoryLimit = 32u << 20) : bytes_(memoryLimit) {}
+    // A few MB in memory: they are written again and again, not grown anew.
+    explicit SpillList(std::size_t memoryLimit = 4u << 20) : bytes_(memoryLimit) {}
 
     void add(const T& record) {
         scratch_.clear();
