@@ -26,4 +26,25 @@ void ContactSet::add(const Sighting& sighting) {
     }
 }
 
+void ContactSet::merge(const ContactSet& part) {
+    for (const Contact& c : part.contacts_) {
+        auto [it, added] = index_.try_emplace(c.address, contacts_.size());
+        if (added) {
+            contacts_.push_back(c);
+            continue;
+        }
+        Contact& contact = contacts_[it->second];
+        contact.sightings += c.sightings;
+        for (const std::string& name : c.names) {
+            if (std::find(contact.names.begin(), contact.names.end(), name) ==
+                contact.names.end()) {
+                contact.names.push_back(name);
+                if (contact.name.empty()) {
+                    contact.name = name;
+                }
+            }
+        }
+    }
+}
+
 }  // namespace harvest

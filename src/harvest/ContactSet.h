@@ -12,6 +12,10 @@ namespace harvest {
 class ContactSet {
 public:
     void add(const Sighting& sighting);
+    // Adds the contacts of a set built from later sightings, as if each of
+    // its sightings were added here in turn: a worker adds up its own part
+    // and the merge only folds parts together.
+    void merge(const ContactSet& part);
     const std::vector<Contact>& contacts() const { return contacts_; }
     size_t size() const { return contacts_.size(); }
 

@@ -143,6 +143,7 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
         for (Sighting& s : sightings) {
             if (!keep || keep(s)) {
                 appendEncoded(s, result.sightings);
+                result.contacts.add(s);
                 ++result.sightingCount;
             }
         }

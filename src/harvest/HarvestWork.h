@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "ContactSet.h"
 #include "DecodeContext.h"
 #include "Finders.h"
 #include "HarvestTypes.h"
@@ -41,6 +42,7 @@ struct WorkResult {
     // size in memory), with their count.
     std::string sightings;
     std::size_t sightingCount = 0;
+    ContactSet contacts;  // what the sightings add up to, in their order
     std::vector<Problem> problems;
     // For a piece of a text: its newlines (sightings' lines count from its
     // start); of an mbox: its messages (numbered from its start).

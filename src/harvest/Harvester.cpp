@@ -120,22 +120,23 @@ public:
             h_.sources_.add(r.source);
             batch.source = r.source;
         }
-        Sighting s;
-        forEachEncoded(r.sightings, [&](std::string_view record) {
-            if (!decodeRecord(record, s)) {
-                return;
-            }
-            if (item.cut && item.kind == SourceKind::Text) {
-                s.line += linesBefore_;
-            } else if (item.cut && s.origin.message) {
-                *s.origin.message += messagesBefore_;
-            }
-            h_.contacts_.add(s);
-            h_.sightings_.add(s);
-            if (wantSightings) {
-                batch.sightings.push_back(s);
-            }
-        });
+        // The worker has added up its contacts and encoded its sightings:
+        // the merge folds the one and files the other, numbered on from the
+        // pieces before.
+        if (item.cut) {
+            shiftSightings(r.sightings, item.kind == SourceKind::Text ? linesBefore_ : 0,
+                           item.kind == SourceKind::Mbox ? messagesBefore_ : 0);
+        }
+        h_.contacts_.merge(r.contacts);
+        h_.sightings_.addEncoded(r.sightings, r.sightingCount);
+        if (wantSightings) {
+            Sighting s;
+            forEachEncoded(r.sightings, [&](std::string_view record) {
+                if (decodeRecord(record, s)) {
+                    batch.sightings.push_back(s);
+                }
+            });
+        }
         for (Problem& p : r.problems) {
             if (item.cut && item.kind == SourceKind::Mbox) {
                 renumberMessageProblem(p, messagesBefore_);

@@ -100,6 +100,39 @@ void forEachEncoded(std::string_view run, const std::function<void(std::string_v
     }
 }
 
+void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta) {
+    // The layout of encodeRecord(Sighting): flags, five texts (address, name,
+    // domain, kind, source), page, message, two texts (Message-ID, field),
+    // line, offset, context; a text is its length and its bytes.
+    auto number = [&](std::size_t at) {
+        std::uint64_t n = 0;
+        std::memcpy(&n, run.data() + at, 8);
+        return n;
+    };
+    auto put = [&](std::size_t at, std::uint64_t n) { std::memcpy(run.data() + at, &n, 8); };
+    std::size_t at = 0;
+    while (at + 8 <= run.size()) {
+        const std::size_t end = at + 8 + number(at);
+        std::size_t field = at + 8 + 8;  // past the length and the flags
+        for (int text = 0; text < 5; ++text) {
+            field += 8 + number(field);
+        }
+        field += 8;  // the page
+        const std::uint64_t message = number(field);
+        if ((message >> 32) != 0 && messageDelta != 0) {
+            const auto shifted =
+                static_cast<std::uint32_t>(message) + static_cast<std::uint32_t>(messageDelta);
+            put(field, shifted | (1ull << 32));
+        }
+        field += 8;
+        for (int text = 0; text < 2; ++text) {
+            field += 8 + number(field);
+        }
+        put(field, number(field) + static_cast<std::uint64_t>(lineDelta));
+        at = end;
+    }
+}
+
 void SpillBytes::spill() {
     if (!file_) {
         file_ = std::tmpfile();

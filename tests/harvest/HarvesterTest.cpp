@@ -234,6 +234,14 @@ std::string everything(const HarvestOptions& options) {
     for (const Problem& p : harvester.problems()) {
         all += "problem " + p.source + ": " + p.reason + "\n";
     }
+    for (const Contact& c : harvester.contacts()) {
+        all += "contact " + c.address + " " + c.kind + " " + std::to_string(c.sightings) + " " +
+               c.firstSource;
+        for (const std::string& name : c.names) {
+            all += " [" + name + "]";
+        }
+        all += "\n";
+    }
     harvester.sources().forEach(
         [&](const SourceInfo& s) { all += "source " + s.path + " " + s.kind + "\n"; });
     return all;
@@ -243,8 +251,9 @@ TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
     TempDir dir;
     std::string text, line, mbox;
     for (int i = 0; i < 300; ++i) {
-        text += "Line " + std::to_string(i) + " to Person " + std::to_string(i) + " <person" +
-                std::to_string(i) + "@firm.com> (see https://firm.com/p/" + std::to_string(i) +
+        // Every address comes back under several names, some pieces apart.
+        text += "Line " + std::to_string(i) + " to Person " + std::to_string(i % 7) + " <person" +
+                std::to_string(i % 11) + "@firm.com> (see https://firm.com/p/" + std::to_string(i) +
                 ")\n";
         line += "x" + std::string(static_cast<std::size_t>(i % 37), 'y') + " p" +
                 std::to_string(i) + "@line.org ";
