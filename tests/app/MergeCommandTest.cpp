@@ -11,7 +11,7 @@
 #include <map>
 #include <sstream>
 
-#include "../harvest/ZipMaker.h"
+#include "../harvest/ArchiveWriting.h"
 #include "TempDir.h"
 
 namespace {
@@ -97,8 +97,8 @@ protected:
                   "<html><body><a href=\"mailto:dana@studio.de\">Dana Wolf</a> "
                   "<a href=\"https://studio.de/team\">team</a> info@firm.com</body></html>");
         dir.write("corpus/c/pack.zip",
-                  harvest::makeZip({{"inner/one.txt", "erin@lab.edu and sales@lab.edu"},
-                                    {"two.html", "<p>Frank Ode &lt;frank@ode.org&gt;</p>"}}));
+                  harvest::testing::zip({{"inner/one.txt", "erin@lab.edu and sales@lab.edu"},
+                                         {"two.html", "<p>Frank Ode &lt;frank@ode.org&gt;</p>"}}));
         for (const auto& entry :
              std::filesystem::recursive_directory_iterator(dir.file("corpus"))) {
             if (entry.is_regular_file()) {

@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <map>
 
+#include "ArchiveWriting.h"
 #include "TempDir.h"
-#include "ZipMaker.h"
 
 namespace harvest {
 namespace {
@@ -72,7 +72,7 @@ TEST(Harvester, MixedFolderGivesCleanContactsWithTheirPlaces) {
               "<html><body><p>Ask <a href=\"mailto:bob@shop.co.uk\">Bob Stone</a></p></body>"
               "</html>");
     dir.write("docs/c-message.eml", kMessage);
-    dir.write("docs/d-archive.zip", makeZip({{"inner/d.txt", "Dave: dave@firm.com\n"}}));
+    dir.write("docs/d-archive.zip", testing::zip({{"inner/d.txt", "Dave: dave@firm.com\n"}}));
     Outcome run = harvestPaths({dir.file("docs")});
     EXPECT_TRUE(run.finished);
     EXPECT_TRUE(run.problems.empty()) << problemsText(run);
@@ -141,7 +141,7 @@ TEST(Harvester, MaildirMessagesAndPhoneNumbersOnRequest) {
 
 TEST(Harvester, BadSourcesAreProblemsOfTheirOwnAndTheOthersAreRead) {
     TempDir dir;
-    std::string zip = makeZip({{"a.txt", std::string(5000, 'a') + " zed@firm.com"}});
+    std::string zip = testing::zip({{"a.txt", std::string(5000, 'a') + " zed@firm.com"}});
     zip[zip.size() / 2] ^= 0x55;
     zip[zip.size() / 2 + 1] ^= 0x55;
     dir.write("1-broken.zip", zip.substr(0, zip.size() - 40));
@@ -163,9 +163,9 @@ TEST(Harvester, ContainersNestedTwentyDeepStopAtTheLimitWithAProblem) {
     TempDir dir;
     std::string inner = "deepest@firm.com";
     for (int level = 20; level >= 1; --level) {
-        inner = makeZip({{"level" + std::to_string(level) + ".txt",
-                          "level" + std::to_string(level) + "@firm.com"},
-                         {"next.zip", inner}});
+        inner = testing::zip({{"level" + std::to_string(level) + ".txt",
+                               "level" + std::to_string(level) + "@firm.com"},
+                              {"next.zip", inner}});
     }
     dir.write("nested.zip", inner);
     Outcome run = harvestPaths({dir.file("nested.zip")});
@@ -269,7 +269,7 @@ TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
     dir.write("b-one-line.txt", line);
     dir.write("c-mail.mbox", mbox);
     dir.write("d-page.html", "<html><a href=\"mailto:h@page.org\">Page Person</a></html>");
-    dir.write("e-archive.zip", makeZip({{"in.txt", "z@zip.org"}}));
+    dir.write("e-archive.zip", testing::zip({{"in.txt", "z@zip.org"}}));
     HarvestOptions options;
     options.paths = {dir.path()};
     options.jobs = 1;

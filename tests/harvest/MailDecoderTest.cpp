@@ -258,29 +258,5 @@ INSTANTIATE_TEST_SUITE_P(
                     HeaderCase{"List-Unsubscribe: <mailto:unsub-123@x.org>", false},
                     HeaderCase{"X-Feedback-ID: 1:abc@x", false}));
 
-TEST(DecodeMbox, TenThousandMessages) {
-    std::string mbox;
-    mbox.reserve(10000 * 110);
-    for (int i = 1; i <= 10000; ++i) {
-        const std::string n = std::to_string(i);
-        mbox += "From a@x.org Mon Jan  1 00:00:00 2024\nFrom: u" + n + "@x.org\nMessage-ID: <" + n +
-                "@h>\n\nbody " + n + "\n\n";
-    }
-    RecordingContext context;
-    decodeMbox(Blob{mbox, originOf("big.mbox"), 0}, context);
-    EXPECT_TRUE(context.problems.empty());
-    std::set<int> messages;
-    for (const TextPiece& piece : context.pieces) {
-        messages.insert(piece.origin.message.value_or(0));
-    }
-    ASSERT_EQ(messages.size(), 10000u);
-    EXPECT_EQ(*messages.begin(), 1);
-    EXPECT_EQ(*messages.rbegin(), 10000);
-    const TextPiece* last = pieceWith(context, 10000, "From");
-    ASSERT_NE(last, nullptr);
-    EXPECT_EQ(last->text, "u10000@x.org");
-    EXPECT_EQ(last->origin.messageId, "10000@h");
-}
-
 }  // namespace
 }  // namespace harvest

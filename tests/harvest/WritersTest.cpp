@@ -362,33 +362,5 @@ TEST(VCard, EscapesSplitsNamesAndFoldsWithoutCuttingCharacters) {
     }
 }
 
-// Many rows are written whole, one line each (a million take about half a
-// second each in an optimised build; a quadratic writer would not end here).
-TEST(WriterSize, ManyContactsGiveOneLineEach) {
-    std::vector<Contact> contacts(100000);
-    for (std::size_t i = 0; i < contacts.size(); ++i) {
-        contacts[i] = {"someone" + std::to_string(i) + "@example.org",
-                       "Some One",
-                       {},
-                       "personal",
-                       "example.org",
-                       false,
-                       2,
-                       "mail/archive.mbox"};
-    }
-    const std::vector<Sighting> none;
-    const std::vector<Problem> noProblems;
-    const std::vector<SourceInfo> noSources;
-    TempDir dir;
-    for (Format f : {Format::Tsv, Format::Csv, Format::Jsonl}) {
-        std::string error;
-        ASSERT_TRUE(
-            writeReport(f, {contacts, none, noProblems, noSources}, false, dir.file("big"), error));
-        const std::string written = ReadBytes(dir.file("big"));
-        EXPECT_EQ(std::count(written.begin(), written.end(), '\n'),
-                  f == Format::Jsonl ? 100000 : 100001);
-    }
-}
-
 }  // namespace
 }  // namespace harvest
