@@ -4,10 +4,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdint>
-#include <cstring>
 
 #include "Decoders.h"
+#include "HtmlScan.h"
 #include "PercentEscapes.h"
 #include "TextDecoder.h"
 
@@ -36,12 +35,21 @@ std::string lower(std::string_view s) {
     return out;
 }
 
+bool isPrintableAscii(std::string_view s) {
+    return std::all_of(s.begin(), s.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
 // Adds the addresses of a comma-separated mailto list ("a@x.org,b@y.org").
 void addRecipients(std::string_view list, std::vector<std::string>& out) {
+    std::string decoded;
     while (!list.empty()) {
         const std::size_t comma = list.find(',');
-        const std::string decoded = percentDecoded(list.substr(0, comma));
-        std::string_view address = trimmed(decoded);
+        std::string_view part = list.substr(0, comma);
+        if (part.find('%') != std::string_view::npos) {
+            decoded = percentDecoded(part);
+            part = decoded;
+        }
+        std::string_view address = trimmed(part);
         // "Ann Lee <ann@x.org>" is not what mailto: allows, but it is written.
         const std::size_t open = address.find('<');
         const std::size_t close = address.rfind('>');
@@ -49,78 +57,11 @@ void addRecipients(std::string_view list, std::vector<std::string>& out) {
             address = trimmed(address.substr(open + 1, close - open - 1));
         }
         if (address.find('@') != std::string_view::npos) {
-            out.push_back(cleanUtf8(address));
+            // Printable ASCII is clean as it stands.
+            out.push_back(isPrintableAscii(address) ? std::string(address) : cleanUtf8(address));
         }
         list = comma == std::string_view::npos ? std::string_view() : list.substr(comma + 1);
     }
-}
-
-// Valid UTF-8 without the control characters that decoding would replace:
-// such a page is read as it is, without a converted copy. ascii tells whether
-// every byte is below 0x80.
-bool isCleanUtf8(std::string_view s, bool& ascii) {
-    constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
-    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
-    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
-    const std::size_t size = s.size();
-    ascii = true;
-    std::size_t i = 0;
-    while (i < size) {
-        if (i + 8 <= size) {
-            std::uint64_t w;
-            std::memcpy(&w, p + i, 8);
-            const std::uint64_t del = w ^ (kOnes * 0x7F);
-            const std::uint64_t suspect =
-                (w & kHigh) | ((w - kOnes * 0x20) & ~w & kHigh) | ((del - kOnes) & ~del & kHigh);
-            if (suspect == 0) {
-                i += 8;
-                continue;
-            }
-        }
-        // Byte by byte to the end of the block of eight that held something.
-        const std::size_t stop = std::min(size, i + 8);
-        while (i < stop && p[i] >= 0x20 && p[i] < 0x7F) {
-            ++i;
-        }
-        if (i == stop) {
-            continue;
-        }
-        const unsigned c = p[i];
-        if (c < 0x80) {
-            if ((c < 0x20 && !isSpace(static_cast<char>(c))) || c == 0x7F) {
-                return false;
-            }
-            ++i;
-            continue;
-        }
-        ascii = false;
-        std::size_t n = 0;
-        unsigned lo = 0x80, hi = 0xBF;
-        if (c >= 0xC2 && c <= 0xDF) {
-            n = 1;
-            lo = c == 0xC2 ? 0xA0 : 0x80;  // not a C1 control
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            n = 2;
-            lo = c == 0xE0 ? 0xA0 : 0x80;
-            hi = c == 0xED ? 0x9F : 0xBF;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            n = 3;
-            lo = c == 0xF0 ? 0x90 : 0x80;
-            hi = c == 0xF4 ? 0x8F : 0xBF;
-        } else {
-            return false;
-        }
-        if (i + n >= size || p[i + 1] < lo || p[i + 1] > hi) {
-            return false;
-        }
-        for (std::size_t k = 2; k <= n; ++k) {
-            if ((p[i + k] & 0xC0) != 0x80) {
-                return false;
-            }
-        }
-        i += n + 1;
-    }
-    return true;
 }
 
 // Charsets that read ASCII as ASCII, byte for byte.
@@ -136,7 +77,8 @@ bool asciiCompatible(const std::string& charset) {
 std::vector<std::string> mailtoRecipients(std::string_view href) {
     std::vector<std::string> out;
     href = trimmed(href);
-    if (href.size() < 7 || lower(href.substr(0, 7)) != "mailto:") {
+    if (href.size() < 7 || (href[0] != 'm' && href[0] != 'M') ||
+        lower(href.substr(0, 7)) != "mailto:") {
         return out;
     }
     href.remove_prefix(7);

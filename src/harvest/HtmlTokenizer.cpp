@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "HtmlEntities.h"
+#include "HtmlScan.h"
 
 namespace harvest {
 namespace {
@@ -121,13 +122,14 @@ Content contentOf(std::string_view name) {
     }
     static constexpr std::string_view kRaw[] = {"iframe", "noembed", "noframes",
                                                 "script", "style",   "xmp"};
-    if (std::find(std::begin(kRaw), std::end(kRaw), name) != std::end(kRaw)) {
+    if (std::any_of(std::begin(kRaw), std::end(kRaw),
+                    [&](std::string_view raw) { return sameShort(raw, name); })) {
         return Content::RawText;
     }
-    if (name == "textarea" || name == "title") {
+    if (isName(name, "textarea") || isName(name, "title")) {
         return Content::Rcdata;
     }
-    return name == "plaintext" ? Content::Plaintext : Content::Markup;
+    return isName(name, "plaintext") ? Content::Plaintext : Content::Markup;
 }
 
 }  // namespace
@@ -152,7 +154,7 @@ std::size_t decodeReference(std::string_view in, bool attribute, std::string& ou
         static constexpr std::pair<std::string_view, std::string_view> kCommon[] = {
             {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"nbsp", "\xC2\xA0"}};
         for (const auto& [common, utf8] : kCommon) {
-            if (name == common) {
+            if (sameShort(name, common)) {
                 out += utf8;
                 return end + 1;
             }
@@ -187,8 +189,6 @@ std::size_t HtmlTokenizer::find(char c, std::size_t from) const {
 
 void HtmlTokenizer::run(HtmlHandler& handler) {
     pos_ = 0;
-    nextLt_ = find('<', 0);
-    nextAmp_ = find('&', 0);
     foreignDepth_ = 0;
     while (pos_ < in_.size()) {
         textRun(handler);
@@ -201,30 +201,25 @@ void HtmlTokenizer::run(HtmlHandler& handler) {
     }
 }
 
-// Text up to the next '<', its references decoded.
+// Text up to the next '<', its references decoded: one scan finds the next
+// '<' or '&', and the plain run before it goes on whole.
 void HtmlTokenizer::textRun(HtmlHandler& handler) {
-    if (nextLt_ < pos_) {
-        nextLt_ = find('<', pos_);
-    }
     if (!handler.wantsText()) {
-        pos_ = nextLt_;
+        pos_ = find('<', pos_);
         return;
     }
-    while (pos_ < nextLt_) {
-        if (nextAmp_ < pos_) {
-            nextAmp_ = find('&', pos_);
-        }
-        const std::size_t stop = std::min(nextAmp_, nextLt_);
+    while (pos_ < in_.size()) {
+        const std::size_t stop = findMarkup(in_, pos_);
         if (stop > pos_) {
             handler.text(in_.substr(pos_, stop - pos_));
             pos_ = stop;
         }
-        if (stop == nextLt_) {
+        if (stop == in_.size() || in_[stop] == '<') {
             return;
         }
+        // A reference never holds a '<', so the next one need not bound it.
         decoded_.clear();
-        const std::size_t used = decodeReference(
-            in_.substr(pos_, std::min<std::size_t>(nextLt_ - pos_, 64)), false, decoded_);
+        const std::size_t used = decodeReference(in_.substr(pos_, 64), false, decoded_);
         handler.text(used ? std::string_view(decoded_) : in_.substr(pos_, 1));
         pos_ += used ? used : 1;
     }
@@ -415,7 +410,7 @@ void HtmlTokenizer::tag(HtmlHandler& handler, bool end) {
     }
     pos_ = at;
     const std::string_view name = tagName_;  // compared by size first, not by memcmp
-    const bool foreignRoot = name == "svg" || name == "math";
+    const bool foreignRoot = isName(name, "svg") || isName(name, "math");
     if (end) {
         foreignDepth_ -= foreignRoot && foreignDepth_ > 0 ? 1 : 0;
         handler.endTag(name);
@@ -431,7 +426,7 @@ void HtmlTokenizer::tag(HtmlHandler& handler, bool end) {
         return;
     }
     // A newline right after these start tags is not part of their text.
-    if (name == "textarea" || name == "pre" || name == "listing") {
+    if (isName(name, "textarea") || isName(name, "pre") || isName(name, "listing")) {
         pos_ += in_.substr(pos_).starts_with("\r\n") ? 2 : in_.substr(pos_).starts_with("\n");
     }
     switch (contentOf(name)) {

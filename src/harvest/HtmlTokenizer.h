@@ -1,8 +1,8 @@
 #pragma once
 // A streaming HTML tokenizer: it reads a page once, front to back, and hands
 // its text, tags and comments to a handler as it meets them, without building
-// a tree. The next '<' and '&' are found with memchr and the plain runs of
-// text between them are handed on whole, without a look at each character.
+// a tree. The next '<' or '&' is found sixteen bytes at a time and the plain
+// runs of text between them are handed on whole.
 #include <cstddef>
 #include <span>
 #include <string>
@@ -51,10 +51,8 @@ public:
 private:
     std::string_view in_;
     std::size_t pos_ = 0;
-    std::size_t nextLt_ = 0;   // the next '<' at or after pos_, or the end
-    std::size_t nextAmp_ = 0;  // the next '&' at or after pos_, or the end
-    int foreignDepth_ = 0;     // inside <svg> or <math>, where CDATA sections are text
-    std::string decoded_;      // a run of text or a value with its references decoded
+    int foreignDepth_ = 0;  // inside <svg> or <math>, where CDATA sections are text
+    std::string decoded_;   // a run of text or a value with its references decoded
     std::string tagName_;
     std::string arena_;  // lower-cased names and decoded values of the current tag
     struct Span {
@@ -79,6 +77,35 @@ private:
     void commentUntil(HtmlHandler& handler, std::size_t start, std::string_view close, bool dashes);
     void decodeInto(std::string_view in, bool attribute, std::string& out) const;
 };
+
+// name == literal for the short names of tags and attributes, compared
+// inline: a comparison of runtime length would be a call to memcmp, and it
+// is made for every tag of a page.
+template <std::size_t N>
+constexpr bool isName(std::string_view name, const char (&literal)[N]) {
+    if (name.size() != N - 1) {
+        return false;
+    }
+    for (std::size_t i = 0; i + 1 < N; ++i) {
+        if (name[i] != literal[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// a == b for short strings, by a loop the compiler keeps inline.
+inline bool sameShort(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (a[i] != b[i]) {
+            return false;
+        }
+    }
+    return true;
+}
 
 // Decodes the character reference at in[0] == '&' into out and returns how
 // many bytes it took; 0 when it is not one (the '&' is then plain text). In

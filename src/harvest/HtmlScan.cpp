@@ -1,0 +1,166 @@
+// SSE2 is part of every x86-64 processor; elsewhere the same scans run a
+// byte at a time.
+#include "HtmlScan.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace harvest {
+namespace {
+
+bool isAllowedControl(unsigned c) {
+    return c == '\t' || c == '\n' || c == '\f' || c == '\r';
+}
+
+// Checks the byte at p[i], which is not printable ASCII, and what belongs to
+// it, and moves i past them; false for a control character or bytes that are
+// not UTF-8.
+bool passSuspect(const unsigned char* p, std::size_t size, std::size_t& i, bool& ascii) {
+    const unsigned c = p[i];
+    if (c < 0x80) {
+        ++i;
+        return isAllowedControl(c);  // and not 0x7F
+    }
+    ascii = false;
+    std::size_t n = 0;
+    unsigned lo = 0x80, hi = 0xBF;
+    if (c >= 0xC2 && c <= 0xDF) {
+        n = 1;
+        lo = c == 0xC2 ? 0xA0 : 0x80;  // not a C1 control
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        n = 2;
+        lo = c == 0xE0 ? 0xA0 : 0x80;
+        hi = c == 0xED ? 0x9F : 0xBF;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        n = 3;
+        lo = c == 0xF0 ? 0x90 : 0x80;
+        hi = c == 0xF4 ? 0x8F : 0xBF;
+    } else {
+        return false;
+    }
+    if (i + n >= size || p[i + 1] < lo || p[i + 1] > hi) {
+        return false;
+    }
+    for (std::size_t k = 2; k <= n; ++k) {
+        if ((p[i + k] & 0xC0) != 0x80) {
+            return false;
+        }
+    }
+    i += n + 1;
+    return true;
+}
+
+bool isSuspect(unsigned c) {
+    return c < 0x20 || c >= 0x7F;
+}
+
+#if defined(__SSE2__)
+__m128i load(const unsigned char* p) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+
+// The bytes at p that are not printable ASCII and not allowed white space,
+// as a bit mask; branch free, since most blocks of a text hold a line end.
+unsigned suspectMask(const unsigned char* p) {
+    const __m128i v = load(p);
+    // v + 1 below 0x21, signed: 0x00-0x1F, and 0x7F-0xFF, which wrap to negatives.
+    const __m128i odd = _mm_cmplt_epi8(_mm_add_epi8(v, _mm_set1_epi8(1)), _mm_set1_epi8(0x21));
+    // Tab and carriage return (0x09, 0x0D: equal with bit 2 cleared), line and form feed.
+    const __m128i space =
+        _mm_or_si128(_mm_cmpeq_epi8(_mm_and_si128(v, _mm_set1_epi8(static_cast<char>(0xFB))),
+                                    _mm_set1_epi8('\t')),
+                     _mm_or_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8('\n')),
+                                  _mm_cmpeq_epi8(v, _mm_set1_epi8('\f'))));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(space, odd)));
+}
+#endif
+}  // namespace
+
+bool isCleanUtf8(std::string_view s, bool& ascii) {
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t size = s.size();
+    ascii = true;
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    while (i + 64 <= size) {
+        const std::uint64_t mask = suspectMask(p + i) |
+                                   std::uint64_t{suspectMask(p + i + 16)} << 16 |
+                                   std::uint64_t{suspectMask(p + i + 32)} << 32 |
+                                   std::uint64_t{suspectMask(p + i + 48)} << 48;
+        if (mask == 0) {
+            i += 64;
+            continue;
+        }
+        i += static_cast<std::size_t>(__builtin_ctzll(mask));
+        // A run of multibyte characters is checked here to its end.
+        do {
+            if (!passSuspect(p, size, i, ascii)) {
+                return false;
+            }
+        } while (i < size && p[i] >= 0x80);
+    }
+#endif
+    while (i < size) {
+        if (!isSuspect(p[i]) || isAllowedControl(p[i])) {
+            ++i;
+        } else if (!passSuspect(p, size, i, ascii)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::size_t findMarkup(std::string_view s, std::size_t from) {
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t size = s.size();
+    std::size_t i = from;
+#if defined(__SSE2__)
+    const __m128i lt = _mm_set1_epi8('<');
+    const __m128i amp = _mm_set1_epi8('&');
+    while (i + 16 <= size) {
+        const __m128i v = load(p + i);
+        const int hit =
+            _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, lt), _mm_cmpeq_epi8(v, amp)));
+        if (hit != 0) {
+            return i + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(hit)));
+        }
+        i += 16;
+    }
+#endif
+    while (i < size && p[i] != '<' && p[i] != '&') {
+        ++i;
+    }
+    return i < size ? i : size;
+}
+
+std::size_t countLineFeeds(std::string_view s) {
+    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t size = s.size();
+    std::size_t count = 0;
+    std::size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i newline = _mm_set1_epi8('\n');
+    while (i + 16 <= size) {
+        // Up to 255 blocks add their matches (0 or -1 a byte) in bytes, then
+        // the bytes are summed with a sum of absolute differences.
+        const std::size_t blocks = std::min<std::size_t>((size - i) / 16, 255);
+        __m128i sums = _mm_setzero_si128();
+        for (std::size_t b = 0; b < blocks; ++b, i += 16) {
+            sums = _mm_sub_epi8(sums, _mm_cmpeq_epi8(load(p + i), newline));
+        }
+        const __m128i total = _mm_sad_epu8(sums, _mm_setzero_si128());
+        count += static_cast<std::size_t>(_mm_cvtsi128_si32(total)) +
+                 static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(total, 8)));
+    }
+#endif
+    for (; i < size; ++i) {
+        count += p[i] == '\n';
+    }
+    return count;
+}
+
+}  // namespace harvest
