@@ -126,6 +126,7 @@ int HarvestCommandLine(int argc, char* argv[]) {
     }
     options.finders.webAddresses = !parser.isSet("no-web");
     options.finders.phoneRegion = parser.value("phones").toUpper().toStdString();
+    options.keepSightings = output.needsSightings();
 
     bool quiet = output.quiet();
     HarvestProgressLine progressLine(!quiet && ::isatty(STDERR_FILENO));

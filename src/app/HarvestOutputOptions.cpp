@@ -1,5 +1,8 @@
 #include "HarvestOutputOptions.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 std::vector<std::string> ListValues(const QCommandLineParser& parser, const QString& name) {
@@ -113,16 +116,29 @@ std::vector<std::string> HarvestOutputOptions::rawArguments(const QStringList& p
     return raw;
 }
 
-bool HarvestOutputOptions::write(std::vector<harvest::Contact> contacts,
+bool HarvestOutputOptions::write(const std::vector<harvest::Contact>& contacts,
                                  const harvest::SpillList<harvest::Sighting>& sightings,
                                  const std::vector<harvest::Problem>& problems,
                                  harvest::RecordRange<harvest::SourceInfo> sources, Kept& kept,
                                  std::string& error) const {
-    std::erase_if(contacts, [this](const harvest::Contact& c) { return !filter_.keeps(c); });
+    // Without a filter the contacts are written where they are: a large
+    // harvest's contacts are not copied.
+    std::vector<harvest::Contact> filtered;
+    if (!filter_.empty()) {
+        std::copy_if(contacts.begin(), contacts.end(), std::back_inserter(filtered),
+                     [this](const harvest::Contact& c) { return filter_.keeps(c); });
+    }
+    const std::vector<harvest::Contact>& keptContacts = filter_.empty() ? contacts : filtered;
     // Sightings stay where they are (a spill file, mostly); the writers walk the ones kept.
     const harvest::RecordRange<harvest::Sighting> keptSightings =
         sightings.range([this](const harvest::Sighting& s) { return filter_.keeps(s); });
-    kept = {contacts.size(), keptSightings.size()};
-    const harvest::Report report{contacts, keptSightings, problems, std::move(sources)};
+    // The sightings of the contacts kept: the same as those the filters keep,
+    // and known also when the sightings themselves were not kept.
+    std::int64_t sightingCount = 0;
+    for (const harvest::Contact& c : keptContacts) {
+        sightingCount += c.sightings;
+    }
+    kept = {keptContacts.size(), static_cast<std::size_t>(sightingCount)};
+    const harvest::Report report{keptContacts, keptSightings, problems, std::move(sources)};
     return harvest::writeReport(format_, report, sightingRows_, path_, error);
 }

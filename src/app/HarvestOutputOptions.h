@@ -30,6 +30,8 @@ public:
     const std::string& path() const { return path_; }  // empty: standard output
     harvest::Format format() const { return format_; }
     bool sightingRows() const { return sightingRows_; }
+    // Whether the output has the sightings themselves, not only their count.
+    bool needsSightings() const { return sightingRows_ || format_ == harvest::Format::Sqlite; }
     bool quiet() const { return quiet_; }
     const harvest::ContactFilter& filter() const { return filter_; }
 
@@ -40,9 +42,8 @@ public:
     };
     // Writes the contacts and sightings the filters keep, with the problems
     // and sources; false with a message in error when the output could not be
-    // written. The contacts are taken by value and thinned in place: a caller
-    // that moves them in needs no second copy.
-    bool write(std::vector<harvest::Contact> contacts,
+    // written.
+    bool write(const std::vector<harvest::Contact>& contacts,
                const harvest::SpillList<harvest::Sighting>& sightings,
                const std::vector<harvest::Problem>& problems,
                harvest::RecordRange<harvest::SourceInfo> sources, Kept& kept,

@@ -21,6 +21,10 @@ public:
     std::optional<std::string> loadStopList(const std::string& path);
     void addStopEntry(std::string entry);
 
+    // Whether any filter is set: without one every contact is kept.
+    bool empty() const {
+        return only_.empty() && exclude_.empty() && kinds_.empty() && stop_.empty() && !noReserved_;
+    }
     bool keeps(const Contact& contact) const;
     bool keeps(const Sighting& sighting) const;
 

@@ -141,7 +141,9 @@ void Finders::find(const TextPiece& piece, std::vector<Sighting>& out) {
         s.origin = piece.origin;
         s.line = line;
         s.offset = piece.firstOffset + static_cast<std::int64_t>(f.start);
-        s.context = contextAround(text, f.start, f.end);
+        if (impl_->options.contexts) {
+            s.context = contextAround(text, f.start, f.end);
+        }
     }
     // A piece with a great many finds should not keep their room for good.
     if (finds.capacity() > 4096) {

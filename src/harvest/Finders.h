@@ -13,6 +13,7 @@ namespace harvest {
 struct FinderOptions {
     bool webAddresses = true;
     std::string phoneRegion;  // a region code such as "GB"; empty: no phone numbers
+    bool contexts = true;     // the text around each sighting; off when no one reads it
 };
 
 // One per worker: it caches what it learnt of each domain and is not shared

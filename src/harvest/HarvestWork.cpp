@@ -10,6 +10,7 @@
 #include "DecodeDispatch.h"
 #include "MboxSplit.h"
 #include "SpillList.h"
+#include "TriggerScan.h"
 
 namespace harvest {
 namespace {
@@ -135,14 +136,16 @@ void planWork(const SourceFile& file, const CutOptions& cut,
 }
 
 WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                  const Limits& limits, const std::atomic<bool>& cancel) {
+                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
     WorkResult result;
     std::vector<Sighting> sightings;
     // Hands the sightings on encoded, keeping those that start where keep() says.
     auto encode = [&](const std::function<bool(Sighting&)>& keep) {
         for (Sighting& s : sightings) {
             if (!keep || keep(s)) {
-                appendEncoded(s, result.sightings);
+                if (keepSightings) {
+                    appendEncoded(s, result.sightings);
+                }
                 result.contacts.add(s);
                 ++result.sightingCount;
             }
@@ -203,8 +206,8 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
     const std::string_view all = bytes;
     const std::int64_t coreEnd = std::min<std::int64_t>(left + (item.end - item.begin),
                                                         static_cast<std::int64_t>(all.size()));
-    const auto marginLines = std::count(all.begin(), all.begin() + left, '\n');
-    result.newlines = std::count(all.begin() + left, all.begin() + coreEnd, '\n');
+    const std::int64_t marginLines = countNewlines(all.substr(0, left));
+    result.newlines = countNewlines(all.substr(left, coreEnd - left));
     encode([&](Sighting& s) {
         if (s.offset < left || s.offset >= coreEnd) {
             return false;

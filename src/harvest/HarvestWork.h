@@ -55,8 +55,10 @@ struct WorkResult {
 void planWork(const SourceFile& file, const CutOptions& cut,
               const std::function<void(WorkItem)>& item);
 
+// With keepSightings unset, the sightings add up to contacts and are counted,
+// but not kept.
 WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                  const Limits& limits, const std::atomic<bool>& cancel);
+                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings = true);
 
 // Renumbers "message N: ..." in a problem of an mbox piece by the messages
 // of the pieces before it.

@@ -25,6 +25,9 @@ struct HarvestOptions {
     Limits limits;
     CutOptions cut;
     int jobs = 0;  // workers; 0: one per core
+    // Whether sightings() is filled. Without, every sighting still counts in
+    // its contact, and an observer that wants sightings still gets them.
+    bool keepSightings = true;
 };
 
 struct HarvestProgress {

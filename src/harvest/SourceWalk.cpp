@@ -158,12 +158,13 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& b
     if (fd < 0) {
         return "cannot read: " + systemReason(errno);
     }
-    // Read straight into the string, sized by the file; a file that grows
-    // while it is read is read on to its end.
+    // Read straight into the string, sized by the file with one byte to
+    // spare, so that the read which meets the end needs no more room; a file
+    // that grows while it is read is read on to its end.
     struct stat st {};
     std::size_t size =
         ::fstat(fd, &st) == 0 && st.st_size > 0 ? static_cast<std::size_t>(st.st_size) : 0;
-    bytes.resize(std::max<std::size_t>(size, 1 << 16));
+    bytes.resize(size > 0 ? size + 1 : std::size_t{1} << 16);
     std::size_t got = 0;
     for (;;) {
         if (got == bytes.size()) {

@@ -286,6 +286,11 @@ TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
                 << "pieces of " << piece << ", " << jobs << " jobs";
         }
     }
+    // Not keeping the sightings changes nothing else: the same contacts with
+    // the same counts, problems and sources.
+    options.keepSightings = false;
+    const std::string contactsOnly = everything(options);
+    EXPECT_EQ(contactsOnly, reference.substr(reference.find("problem ")));
 }
 
 TEST(Harvester, StoppedRunKeepsAnUnbrokenRunOfTheFirstSources) {
