@@ -11,9 +11,10 @@
 // look). Each input is written to a temporary folder, read once to warm the
 // page cache, measured and removed before the next one is written.
 //
-// Each program runs with one worker and with one per core: the time is the
-// fastest of 3 runs (1 run for the big inputs), the peak memory the largest
-// resident set of a run, as wait4 reports it.
+// Each program runs on one processor with one worker, and on all of them with
+// one worker per core: the time is the fastest of 3 runs (1 run for the big
+// inputs), the peak memory the largest resident set of a run, as wait4
+// reports it.
 
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -23,6 +24,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -152,6 +154,7 @@ public:
         }
         std::printf("rg:      rg --no-config --no-ignore -o [-j1] '%s' INPUT\n", kEmailRegex);
         std::printf("  (rg reads PDF, zip and gzip files raw and skips those it finds binary)\n");
+        std::printf("1 core: the program and all its threads on one processor\n");
         std::printf("time: fastest of 3 runs, 1 for big inputs; peak: largest resident set\n\n");
         std::printf("%-10s %9s %9s  %-11s| %9s %8s %8s | %9s %8s %8s | %7s\n", "input", "files",
                     "MB", "program", "1 core s", "MB/s", "peak MB",
@@ -175,15 +178,17 @@ public:
         const int runs = input.big ? 1 : 3;
         const std::string err = temp_ + "/run.err";
         Row harvest;
-        harvest.one = RunBest(harvestArgs(path, 1), err, runs);
+        harvest.one = RunBest(harvestArgs(path, 1), err, runs, true);
         CheckInterrupted();
         harvest.all = RunBest(harvestArgs(path, cores_), err, runs);
         CheckInterrupted();
         Row rg;
         rg.one = RunBest({"rg", "--no-config", "--no-ignore", "-o", "-j1", kEmailRegex, path}, err,
-                         runs);
+                         runs, true);
         CheckInterrupted();
         rg.all = RunBest({"rg", "--no-config", "--no-ignore", "-o", kEmailRegex, path}, err, runs);
+        CheckInterrupted();
+        const std::string stopLine = measureStop(path, harvest.all.seconds);
         CheckInterrupted();
         fs::remove_all(path);
 
@@ -194,12 +199,43 @@ public:
         PrintRow("", "", "", "rg", rg, size);
         std::printf("%-10s %9s %9s  %-11s| %8.1fx %17s | %8.1fx\n", "", "", "", "harvest/rg",
                     harvest.one.seconds / rg.one.seconds, "", harvest.all.seconds / rg.all.seconds);
+        if (!stopLine.empty()) {
+            std::printf("%-10s %9s %9s  %s\n", "", "", "", stopLine.c_str());
+        }
         std::fflush(stdout);
     }
 
 private:
-    std::vector<std::string> harvestArgs(const std::string& path, int jobs) const {
-        std::vector<std::string> args = {program_, "harvest", "-q", "-o", "/dev/null"};
+    // Ctrl+C halfway through a run on every core: how long the harvest takes
+    // to stop, and what it wrote. Empty for a run too short to stop.
+    std::string measureStop(const std::string& path, double seconds) const {
+        if (!jobs_ || seconds < 0.4) {
+            return {};
+        }
+        const std::string out = temp_ + "/stopped.tsv";
+        std::vector<std::string> args = harvestArgs(path, cores_, out);
+        const Timing t = RunOnce(args, temp_ + "/run.err", nullptr, false, seconds / 2);
+        std::uint64_t rows = 0;
+        std::ifstream written(out);
+        for (std::string row; std::getline(written, row);) {
+            ++rows;
+        }
+        fs::remove(out);
+        char line[200];
+        if (t.stopSeconds < 0) {
+            std::snprintf(line, sizeof line, "Ctrl+C at %.2f s: the run had ended", seconds / 2);
+        } else {
+            std::snprintf(line, sizeof line,
+                          "Ctrl+C at %.2f s: exit %d after %.0f ms, %llu contacts written",
+                          seconds / 2, t.status, t.stopSeconds * 1000,
+                          static_cast<unsigned long long>(rows > 0 ? rows - 1 : 0));
+        }
+        return line;
+    }
+
+    std::vector<std::string> harvestArgs(const std::string& path, int jobs,
+                                         const std::string& output = "/dev/null") const {
+        std::vector<std::string> args = {program_, "harvest", "-q", "-o", output};
         if (jobs_) {
             args.insert(args.end(), {"--jobs", std::to_string(jobs)});
         }

@@ -1,6 +1,7 @@
 #include "HarvestRun.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,14 +9,18 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <stdexcept>
+#include <thread>
 
 namespace fs = std::filesystem;
 
 Timing RunOnce(const std::vector<std::string>& args, const std::string& errorFile,
-               std::string* output) {
+               std::string* output, bool oneCore, double interruptAfter) {
     int fds[2];
     if (pipe(fds) != 0) {
         throw std::runtime_error("pipe failed");
@@ -38,10 +43,37 @@ Timing RunOnce(const std::vector<std::string>& args, const std::string& errorFil
         }
         close(fds[0]);
         close(fds[1]);
+        cpu_set_t cpus;
+        if (oneCore && sched_getaffinity(0, sizeof cpus, &cpus) == 0) {
+            for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
+                if (CPU_ISSET(cpu, &cpus)) {
+                    CPU_ZERO(&cpus);
+                    CPU_SET(cpu, &cpus);
+                    sched_setaffinity(0, sizeof cpus, &cpus);
+                    break;
+                }
+            }
+        }
         execvp(argv[0], argv.data());
         _exit(127);
     }
     close(fds[1]);
+    // Ctrl+C from a thread of its own, unless the child is gone by then.
+    std::mutex mutex;
+    std::condition_variable ended;
+    bool exited = false;
+    std::chrono::steady_clock::time_point signalled{};
+    std::thread interrupter;
+    if (interruptAfter >= 0) {
+        interrupter = std::thread([&] {
+            std::unique_lock lock(mutex);
+            if (!ended.wait_for(lock, std::chrono::duration<double>(interruptAfter),
+                                [&] { return exited; })) {
+                signalled = std::chrono::steady_clock::now();
+                kill(child, SIGINT);
+            }
+        });
+    }
     Timing t;
     char buffer[1 << 16];
     for (;;) {
@@ -62,7 +94,19 @@ Timing RunOnce(const std::vector<std::string>& args, const std::string& errorFil
     rusage usage{};
     while (wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
     }
-    t.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const auto end = std::chrono::steady_clock::now();
+    if (interrupter.joinable()) {
+        {
+            std::lock_guard lock(mutex);
+            exited = true;
+        }
+        ended.notify_all();
+        interrupter.join();
+        if (signalled != std::chrono::steady_clock::time_point{}) {
+            t.stopSeconds = std::chrono::duration<double>(end - signalled).count();
+        }
+    }
+    t.seconds = std::chrono::duration<double>(end - start).count();
     t.peakKb = usage.ru_maxrss;
     t.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     std::ifstream errors(errorFile);
@@ -72,10 +116,11 @@ Timing RunOnce(const std::vector<std::string>& args, const std::string& errorFil
     return t;
 }
 
-Timing RunBest(const std::vector<std::string>& args, const std::string& errorFile, int runs) {
-    Timing best = RunOnce(args, errorFile);
+Timing RunBest(const std::vector<std::string>& args, const std::string& errorFile, int runs,
+               bool oneCore) {
+    Timing best = RunOnce(args, errorFile, nullptr, oneCore);
     for (int i = 1; i < runs; ++i) {
-        const Timing t = RunOnce(args, errorFile);
+        const Timing t = RunOnce(args, errorFile, nullptr, oneCore);
         best.seconds = std::min(best.seconds, t.seconds);
         best.peakKb = std::max(best.peakKb, t.peakKb);
         best.status = best.status != 0 ? best.status : t.status;
