@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "DecodeDispatch.h"
 #include "MboxSplit.h"
@@ -135,8 +136,10 @@ void planWork(const SourceFile& file, const CutOptions& cut,
     }
 }
 
-WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
+namespace {
+
+WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
+                 const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
     WorkResult result;
     std::vector<Sighting> sightings;
     // Hands the sightings on encoded, keeping those that start where keep() says.
@@ -156,31 +159,32 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
         result.problems.push_back(*item.walkProblem);
         return result;
     }
-    result.source.path = item.file.path;
-    result.source.bytes = item.file.bytes;
+    SourceInfo& source = result.sources.emplace_back();
+    source.path = item.file.path;
+    source.bytes = item.file.bytes;
     SourceHarvest harvest(finders, limits, cancel, sightings, result.problems);
     const Origin origin{item.file.path, {}, {}, {}, {}};
     std::string bytes;
     if (!item.cut) {
         if (item.file.bytes > cut.maxWholeFile) {
-            result.source.kind = "too large";
+            source.kind = "too large";
             result.problems.push_back(
                 {item.file.path, "larger than " + std::to_string(cut.maxWholeFile >> 20) +
                                      " MB and not plain text or an mbox; not read"});
             return result;
         }
         if (auto error = readWholeFile(item.file.path, bytes)) {
-            result.source.kind = "unreadable";
+            source.kind = "unreadable";
             result.problems.push_back({item.file.path, *error});
             return result;
         }
-        result.source.bytes = static_cast<std::int64_t>(bytes.size());
-        result.source.kind = kindName(recognise(bytes), bytes);
+        source.bytes = static_cast<std::int64_t>(bytes.size());
+        source.kind = kindName(recognise(bytes), bytes);
         harvest.decode(Blob{bytes, origin, 0});
         encode({});
         return result;
     }
-    result.source.kind = item.kind == SourceKind::Mbox ? "mbox" : "text";
+    source.kind = item.kind == SourceKind::Mbox ? "mbox" : "text";
     if (item.kind == SourceKind::Mbox) {
         if (auto error = readRange(item.file.path, item.begin, item.end, bytes)) {
             result.problems.push_back({item.file.path, *error});
@@ -217,6 +221,31 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
         return true;
     });
     return result;
+}
+
+}  // namespace
+
+WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
+                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
+    if (item.group.empty()) {
+        return doOne(item, cut, finders, limits, cancel, keepSightings);
+    }
+    WorkResult all;
+    for (const SourceFile& file : item.group) {
+        if (cancel.load(std::memory_order_relaxed)) {
+            break;
+        }
+        WorkItem one;
+        one.file = file;
+        one.end = file.bytes;
+        WorkResult r = doOne(one, cut, finders, limits, cancel, keepSightings);
+        all.sources.push_back(std::move(r.sources.front()));
+        all.sightings += r.sightings;
+        all.sightingCount += r.sightingCount;
+        all.contacts.merge(std::move(r.contacts));
+        std::move(r.problems.begin(), r.problems.end(), std::back_inserter(all.problems));
+    }
+    return all;
 }
 
 // Message numbers in the problems of an mbox piece count from the piece's

@@ -28,6 +28,9 @@ struct CutOptions {
 
 struct WorkItem {
     SourceFile file;
+    // A run of small files done as one item, in order (file is then unused):
+    // a folder of many small files costs one hand-over per run, not per file.
+    std::vector<SourceFile> group;
     std::optional<Problem> walkProblem;  // an item that only carries a problem of the walk
     bool cut = false;                    // a piece of a file cut in pieces
     SourceKind kind = SourceKind::Text;  // of a cut file
@@ -37,7 +40,9 @@ struct WorkItem {
 };
 
 struct WorkResult {
-    SourceInfo source;  // for a whole file or the first piece of a cut one
+    // For a whole file or the first piece of a cut one; for each file of a
+    // group; none for the other pieces and for a problem of the walk.
+    std::vector<SourceInfo> sources;
     // The sightings, encoded as the spill file keeps them (a third of their
     // size in memory), with their count.
     std::string sightings;
@@ -49,6 +54,12 @@ struct WorkResult {
     std::int64_t newlines = 0;
     int messages = 0;
 };
+
+// Files up to this size go into groups of up to kGroupFiles files or
+// kGroupBytes bytes.
+constexpr std::int64_t kGroupFileBytes = 64 << 10;
+constexpr std::size_t kGroupFiles = 64;
+constexpr std::int64_t kGroupBytes = 1 << 20;
 
 // Cuts a file into work items, in order; reads no more than a little around
 // each cut.

@@ -118,9 +118,11 @@ public:
             linesBefore_ = 0;
             messagesBefore_ = 0;
         }
-        if (!item.walkProblem && (!item.cut || item.firstPiece)) {
-            h_.sources_.add(r.source);
-            batch.source = r.source;
+        if (!item.cut || item.firstPiece) {
+            for (const SourceInfo& source : r.sources) {
+                h_.sources_.add(source);
+            }
+            batch.sources = std::move(r.sources);
         }
         // The worker has added up its contacts and encoded its sightings:
         // the merge folds the one and files the other, numbered on from the
@@ -193,17 +195,37 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
     HarvestProgress progress;
     std::mutex progressMutex;
 
-    auto push = [&](WorkItem item) {
+    auto pushItem = [&](WorkItem item) {
         {
             std::lock_guard lock(itemsMutex);
-            WorkItem copy = item;
-            copy.file.path = item.file.path;
-            inFlight.emplace(numbered++, std::move(copy));
+            inFlight.emplace(numbered++, item);
         }
         return queue.push(std::move(item));
     };
+    // Small whole files wait in a group until it is full or something else
+    // comes, so the order of the sources is kept.
+    WorkItem group;
+    bool going = true;
+    auto flushGroup = [&] {
+        if (!group.group.empty()) {
+            going = going && pushItem(std::move(group));
+            group = WorkItem{};
+        }
+    };
+    auto push = [&](WorkItem item) {
+        if (!item.cut && !item.walkProblem && item.file.bytes <= kGroupFileBytes) {
+            group.end += item.file.bytes;
+            group.group.push_back(std::move(item.file));
+            if (group.group.size() >= kGroupFiles || group.end >= kGroupBytes) {
+                flushGroup();
+            }
+            return going;
+        }
+        flushGroup();
+        going = going && pushItem(std::move(item));
+        return going;
+    };
     std::thread walker([&] {
-        bool going = true;
         walkSources(options_.paths,
                     WalkSink{[&](SourceFile file) {
                                  {
@@ -221,6 +243,7 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
                                  going = going && push(std::move(item));
                              }},
                     &cancel);
+        flushGroup();
         {
             std::lock_guard lock(progressMutex);
             progress.walked = true;
@@ -264,7 +287,9 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
                 merge.add(std::move(result), item, observer && observer->wantsSightings());
             {
                 std::lock_guard lock(progressMutex);
-                if (!item.walkProblem && (!item.cut || item.firstPiece)) {
+                if (!item.group.empty()) {
+                    progress.sourcesDone += static_cast<std::int64_t>(item.group.size());
+                } else if (!item.walkProblem && (!item.cut || item.firstPiece)) {
                     ++progress.sourcesDone;
                 }
                 progress.bytesDone += item.end - item.begin;

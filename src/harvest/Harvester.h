@@ -40,7 +40,10 @@ struct HarvestProgress {
 
 // What one source, or one piece of a large one, gave.
 struct HarvestBatch {
-    SourceInfo source;  // empty path for a batch that only carries problems
+    // The sources it finished: one for a file or the first piece of a cut
+    // one, several for a run of small files, none for the other pieces and
+    // for problems of the walk.
+    std::vector<SourceInfo> sources;
     std::vector<Sighting> sightings;
     std::vector<Problem> problems;
 };

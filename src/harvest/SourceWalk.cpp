@@ -159,8 +159,9 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& b
         return "cannot read: " + systemReason(errno);
     }
     // Read straight into the string, sized by the file with one byte to
-    // spare, so that the read which meets the end needs no more room; a file
-    // that grows while it is read is read on to its end.
+    // spare: a file that grows while it is read is read on to its end. A
+    // read that stops short at the file's size has met its end, so no
+    // further call is made to hear it.
     struct stat st {};
     std::size_t size =
         ::fstat(fd, &st) == 0 && st.st_size > 0 ? static_cast<std::size_t>(st.st_size) : 0;
@@ -184,6 +185,9 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& b
             return "cannot read: " + systemReason(error);
         }
         got += static_cast<std::size_t>(n);
+        if (size > 0 && got == size) {
+            break;
+        }
     }
     bytes.resize(got);
     ::close(fd);

@@ -209,7 +209,7 @@ public:
     explicit StopAfterFirst(std::atomic<bool>& cancel) : cancel_(cancel) {}
     void progress(const HarvestProgress&) override {}
     void batch(const HarvestBatch& batch) override {
-        if (!batch.source.path.empty()) {
+        if (!batch.sources.empty()) {
             cancel_.store(true);
         }
     }
