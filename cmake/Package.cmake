@@ -28,8 +28,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libqt6svg6")
 # A program with the browser view also needs the helper process its pages run
 # in, which no library names: PackageRuntime.cmake adds it when cpack runs.
+# The browser view is in the window program.
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/PackageProgram.cmake
-     CONTENT "set(GLEANMARK_PROGRAM \"$<TARGET_FILE:gleanmark>\")\n")
+     CONTENT "set(GLEANMARK_PROGRAM \"$<TARGET_FILE:gleanmark-window>\")\n")
 set(CPACK_GLEANMARK_PROGRAM_FILE ${CMAKE_BINARY_DIR}/PackageProgram.cmake)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/PackageRuntime.cmake)
 # Help opens in the desktop's browser through xdg-open; Qt needs a font.

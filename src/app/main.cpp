@@ -1,21 +1,14 @@
-#include <QApplication>
-#include <QIcon>
+// The program users type: the command line itself, and the window through
+// gleanmark-window. It links only what the commands need (no widgets, no
+// browser), so that each of the many short command-line runs starts quickly.
 #include <cstring>
 #include <iostream>
 
-#include "Clock.h"
 #include "CommandLine.h"
 #include "HarvestCommand.h"
-#include "MainForm.h"
-#include "MainFormSide.h"
-#include "MainWindow.h"
 #include "MergeCommand.h"
-#include "QtPorts.h"
-#include "QtPrompts.h"
-#include "QtSettingsStore.h"
 #include "WebCommands.h"
-#include "WebEngineSetup.h"
-#include "WebWindowHost.h"
+#include "WindowProgram.h"
 
 int main(int argc, char* argv[]) {
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
@@ -45,31 +38,5 @@ int main(int argc, char* argv[]) {
                "       gleanmark --version        print the version\n";
         return 2;
     }
-    PrepareWebEngine();
-    QApplication app(argc, argv);
-    QApplication::setApplicationName("Gleanmark");
-    QApplication::setApplicationVersion(GLEANMARK_VERSION);
-    // The desktop entry gleanmark.desktop and its icon name the program.
-    QApplication::setDesktopFileName("gleanmark");
-    QApplication::setWindowIcon(QIcon(":/icons/gleanmark.svg"));
-    QtPrompts prompts;
-    QtEventPump pump;
-    SystemClock clock;
-    DesktopLauncher launcher;
-    QtClipboard clipboard;
-    QtFocusedEditor editor;
-    MainForm form({prompts, pump, clock, launcher, clipboard, editor});
-    MainWindow window(form);
-    prompts.setParent(&window);
-    // "Extract Web" makes the web window once and keeps it.
-    MainFormSide mainSide(form);
-    QtSettingsStore settings;
-    WebWindowHost web({mainSide, pump, clock, settings}, &window);
-    form.showWebWindow = [&web] { web.show(); };
-    web.syncMainWindow = [&window] { window.sync(); };
-    pump.beforeYield = [&web] { web.syncWindows(); };
-    form.Form_Load();
-    window.syncAll();
-    window.show();
-    return app.exec();
+    return StartWindowProgram(argv);
 }

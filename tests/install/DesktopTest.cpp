@@ -101,18 +101,19 @@ TEST_F(Help, TheWindowsContentEntry) {
     EXPECT_EQ(prompts.texts().size(), 1u);
 }
 
-// The program looks for the guide where the install rules put it, relative
-// to its own folder; a program in a build folder finds the source guide.
+// The window program looks for the guide where the install rules put it,
+// relative to its own folder; a program in a build folder finds the source
+// guide.
 TEST(UserGuide, FoundBesideTheProgramElseInTheSources) {
     TempDir prefix;
-    const QString bin = QString::fromStdString(prefix.file("bin"));
-    QDir().mkpath(bin);
-    const std::string sources = FindUserGuide(bin);
+    const QString windowDir = QString::fromStdString(prefix.file(WINDOW_DIR));
+    QDir().mkpath(windowDir);
+    const std::string sources = FindUserGuide(windowDir);
     EXPECT_EQ(sources, GUIDE_SOURCES "/index.html");
 
     const std::string installed =
         prefix.write("share/doc/gleanmark/guide/index.html", "<html></html>");
-    EXPECT_EQ(FindUserGuide(bin), installed);
+    EXPECT_EQ(FindUserGuide(windowDir), installed);
 }
 
 TEST(Icon, DrawsAtMenuSizes) {

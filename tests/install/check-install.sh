@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix and checks what a desktop and a
 # user get from it: every installed file, the desktop entry, the manual page,
-# the user guide's links, the program's version and a run from the installed
-# path over the samples.
+# the user guide's links, the programs' libraries, the version and a run from
+# the installed path over the samples.
 #   check-install.sh CMAKE BUILD_DIR SOURCE_DIR
 set -euo pipefail
 cmake=$1
@@ -23,6 +23,7 @@ env -u DESTDIR "$cmake" --install "$build" --prefix "$prefix" >/dev/null
 # Every installed file, each the same as its source, and nothing else.
 declare -A from=(
   [bin/gleanmark]=""
+  [libexec/gleanmark/gleanmark-window]=""
   [share/applications/gleanmark.desktop]=data/gleanmark.desktop
   [share/icons/hicolor/scalable/apps/gleanmark.svg]=data/gleanmark.svg
   [share/man/man1/gleanmark.1.gz]=docs/man/gleanmark.1
@@ -47,12 +48,22 @@ for f in "${!from[@]}"; do
   fi
 done
 
-# The program: runs from the prefix alone, and knows its version.
+# The programs: run from the prefix alone. The command line loads no window
+# libraries and knows its version; without arguments it opens the window
+# program (tests/app/WindowStartTest.cpp checks that it is found here).
 program="$prefix/bin/gleanmark"
-[ -x "$program" ] || fail "bin/gleanmark is not executable"
-if readelf -d "$program" | grep -E 'R(UN)?PATH' | grep -q "$build"; then
-  fail "the installed program still looks for libraries in the build folder"
+window="$prefix/libexec/gleanmark/gleanmark-window"
+for p in "$program" "$window"; do
+  [ -x "$p" ] || fail "${p#"$prefix"/} is not executable"
+  if readelf -d "$p" | grep -E 'R(UN)?PATH' | grep -q "$build"; then
+    fail "the installed ${p#"$prefix"/} still looks for libraries in the build folder"
+  fi
+done
+if readelf -d "$program" | grep -E 'NEEDED' | grep -qE 'libQt6(Widgets|Gui|WebEngine)'; then
+  fail "bin/gleanmark links window libraries"
 fi
+readelf -d "$window" | grep -E 'NEEDED' | grep -q libQt6Widgets ||
+  fail "the window program does not link the widgets"
 version=$("$program" --version) || fail "--version exits with $?"
 [ "$version" = "Gleanmark 2.0" ] || fail "--version prints '$version'"
 
