@@ -5,11 +5,15 @@
 
 #include <QString>
 #include <algorithm>
+#include <array>
 
 namespace harvest {
 namespace {
 
 constexpr std::int64_t kChunk = 64 << 10;
+// What a file on disk is read in: large enough for few reads, small enough
+// that a file of any size costs this much memory.
+constexpr std::size_t kFileBlock = 1 << 20;
 // Members smaller than this are never taken for bombs, whatever their ratio.
 constexpr std::int64_t kRatioFloor = 1 << 20;
 
@@ -24,13 +28,63 @@ std::string validUtf8(const char* text) {
     return text ? QString::fromUtf8(text).toStdString() : std::string();
 }
 
+// The last component of a path, a container member's path included.
+std::string lastComponent(const std::string& path) {
+    const size_t cut = path.find_last_of("/\\!");
+    return cut == std::string::npos ? path : path.substr(cut + 1);
+}
+
+// The original name a gzip header carries (FNAME, in Latin-1), without any
+// directory part; empty when there is none.
+std::string gzipName(std::string_view bytes) {
+    if (bytes.size() < 10 || static_cast<unsigned char>(bytes[0]) != 0x1f ||
+        static_cast<unsigned char>(bytes[1]) != 0x8b) {
+        return {};
+    }
+    const auto flags = static_cast<unsigned char>(bytes[3]);
+    size_t at = 10;
+    if (flags & 0x04) {  // FEXTRA: a two-byte length, then that many bytes
+        if (bytes.size() < at + 2) {
+            return {};
+        }
+        at += 2 + (static_cast<unsigned char>(bytes[at]) | static_cast<unsigned char>(bytes[at + 1])
+                                                               << 8);
+    }
+    if (!(flags & 0x08) || at >= bytes.size()) {
+        return {};
+    }
+    const size_t end = bytes.find('\0', at);
+    if (end == std::string_view::npos || end - at > 1024) {
+        return {};
+    }
+    const std::string latin1(bytes.substr(at, end - at));
+    return lastComponent(
+        QString::fromLatin1(latin1.data(), qsizetype(latin1.size())).toStdString());
+}
+
 }  // namespace
 
 ArchiveReading::ArchiveReading(const Blob& blob, DecodeContext& context, ArchiveFormats formats)
     : context_(context), source_(blob.origin.source), archive_(archive_read_new()) {
+    if (setUp(formats) &&
+        archive_read_open_memory(archive_, blob.bytes.data(), blob.bytes.size()) != ARCHIVE_OK) {
+        stopped_ = damaged_ = true;
+    }
+}
+
+ArchiveReading::ArchiveReading(const std::string& path, std::string source,
+                               DecodeContext& context, ArchiveFormats formats)
+    : context_(context), source_(std::move(source)), archive_(archive_read_new()) {
+    if (setUp(formats) &&
+        archive_read_open_filename(archive_, path.c_str(), kFileBlock) != ARCHIVE_OK) {
+        stopped_ = damaged_ = true;
+    }
+}
+
+bool ArchiveReading::setUp(ArchiveFormats formats) {
     if (!archive_) {
         stopped_ = damaged_ = true;
-        return;
+        return false;
     }
     noun_ = formats == ArchiveFormats::Raw        ? "compressed stream"
             : formats == ArchiveFormats::Archives ? "archive"
@@ -63,9 +117,7 @@ ArchiveReading::ArchiveReading(const Blob& blob, DecodeContext& context, Archive
             archive_read_support_format_raw(archive_);
             break;
     }
-    if (archive_read_open_memory(archive_, blob.bytes.data(), blob.bytes.size()) != ARCHIVE_OK) {
-        stopped_ = damaged_ = true;
-    }
+    return true;
 }
 
 ArchiveReading::~ArchiveReading() {
@@ -258,6 +310,22 @@ int handMembersOn(ArchiveReading& reading, const Blob& blob, DecodeContext& cont
         }
     }
     return headers;
+}
+
+std::string streamName(std::string_view head, const std::string& source) {
+    std::string name = gzipName(head);
+    if (!name.empty()) {
+        return name;
+    }
+    name = lastComponent(source);
+    static constexpr std::array<std::string_view, 8> kSuffixes = {".gz",   ".bz2", ".xz",  ".zst",
+                                                                  ".lzma", ".lz",  ".lz4", ".Z"};
+    for (std::string_view suffix : kSuffixes) {
+        if (name.size() > suffix.size() && name.ends_with(suffix)) {
+            return name.substr(0, name.size() - suffix.size());
+        }
+    }
+    return "data";
 }
 
 }  // namespace harvest

@@ -1,9 +1,10 @@
 #pragma once
-// One archive held in memory, read member by member with libarchive, with the
-// context's Limits applied to everything it expands to: a member too large is
+// One archive, held in memory or read from disk, read member by member with
+// libarchive, with the context's Limits applied to everything it expands to: a member too large is
 // skipped, a source that expands too far or too steeply stops.
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "DecodeContext.h"
 
@@ -23,6 +24,10 @@ enum class ArchiveFormats {
 class ArchiveReading {
 public:
     ArchiveReading(const Blob& blob, DecodeContext& context, ArchiveFormats formats);
+    // Reads the file at path a block at a time, never whole; source names it
+    // in problems.
+    ArchiveReading(const std::string& path, std::string source, DecodeContext& context,
+                   ArchiveFormats formats);
     ~ArchiveReading();
     ArchiveReading(const ArchiveReading&) = delete;
     ArchiveReading& operator=(const ArchiveReading&) = delete;
@@ -61,6 +66,7 @@ public:
     int format() const;
 
 private:
+    bool setUp(ArchiveFormats formats);
     void stopWith(const std::string& source, const std::string& reason);
     bool countExpanded(std::int64_t bytes, const std::string& memberSource);
     std::int64_t consumed() const;
@@ -82,5 +88,10 @@ private:
 // "container!member", in the archive's order; an encrypted member is a
 // problem of its own. Returns how many member headers it read.
 int handMembersOn(ArchiveReading& reading, const Blob& blob, DecodeContext& context);
+
+// The name of a compressed stream's content: the name a gzip header keeps
+// (head is the stream's first bytes), else the last component of source
+// without its compression suffix, else "data".
+std::string streamName(std::string_view head, const std::string& source);
 
 }  // namespace harvest

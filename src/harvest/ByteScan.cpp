@@ -1,6 +1,6 @@
 // SSE2 is part of every x86-64 processor; elsewhere the same scans run a
 // byte at a time.
-#include "HtmlScan.h"
+#include "ByteScan.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -137,10 +137,10 @@ std::size_t findMarkup(std::string_view s, std::size_t from) {
     return i < size ? i : size;
 }
 
-std::size_t countLineFeeds(std::string_view s) {
+std::int64_t countNewlines(std::string_view s) {
     const auto* p = reinterpret_cast<const unsigned char*>(s.data());
     const std::size_t size = s.size();
-    std::size_t count = 0;
+    std::int64_t count = 0;
     std::size_t i = 0;
 #if defined(__SSE2__)
     const __m128i newline = _mm_set1_epi8('\n');
@@ -153,8 +153,7 @@ std::size_t countLineFeeds(std::string_view s) {
             sums = _mm_sub_epi8(sums, _mm_cmpeq_epi8(load(p + i), newline));
         }
         const __m128i total = _mm_sad_epu8(sums, _mm_setzero_si128());
-        count += static_cast<std::size_t>(_mm_cvtsi128_si32(total)) +
-                 static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(total, 8)));
+        count += _mm_cvtsi128_si32(total) + _mm_cvtsi128_si32(_mm_srli_si128(total, 8));
     }
 #endif
     for (; i < size; ++i) {

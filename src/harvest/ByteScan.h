@@ -1,22 +1,23 @@
 #pragma once
-// The byte scans the HTML decoder runs over a whole page, sixteen bytes at a
-// time (SSE2): whether the page is clean UTF-8, where the next piece of
-// markup or character reference starts, how many lines a piece of text has.
+// Scans over whole texts and pages, sixteen bytes at a time (SSE2): whether
+// the bytes are clean UTF-8, where the next piece of markup or character
+// reference starts, how many lines a text has.
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace harvest {
 
 // Valid UTF-8 without the control characters that decoding would replace
-// (tab, line feed, form feed and carriage return are fine): such a page is
-// read as it is, without a converted copy. ascii tells whether every byte is
+// (tab, line feed, form feed and carriage return are fine): such a text or
+// page is read as it is, without a converted copy. ascii tells whether every byte is
 // below 0x80 (meaningful only when the answer is true).
 bool isCleanUtf8(std::string_view s, bool& ascii);
 
 // The first '<' or '&' in s at or after from; s.size() for none.
 std::size_t findMarkup(std::string_view s, std::size_t from);
 
-// The number of '\n' in s.
-std::size_t countLineFeeds(std::string_view s);
+// The number of line feeds in text.
+std::int64_t countNewlines(std::string_view text);
 
 }  // namespace harvest

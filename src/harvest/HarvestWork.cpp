@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "ByteScan.h"
 #include "DecodeDispatch.h"
 #include "MboxSplit.h"
 #include "SpillList.h"
@@ -206,12 +207,23 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
         result.problems.push_back({item.file.path, *error});
         return result;
     }
-    harvest.decodeAs(SourceKind::Text, Blob{bytes, origin, 0});
     const std::string_view all = bytes;
     const std::int64_t coreEnd = std::min<std::int64_t>(left + (item.end - item.begin),
                                                         static_cast<std::int64_t>(all.size()));
     const std::int64_t marginLines = countNewlines(all.substr(0, left));
     result.newlines = countNewlines(all.substr(left, coreEnd - left));
+    // Clean UTF-8, as most of a large text is, decodes to itself: the bytes
+    // go to the finders as they are, without a decoded copy. A byte-order
+    // mark at the start is left to the decoder, which drops it.
+    bool ascii = false;
+    if (!all.starts_with("\xEF\xBB\xBF") && isCleanUtf8(all, ascii)) {
+        TextPiece piece;
+        piece.origin = origin;
+        piece.text = std::move(bytes);
+        harvest.text(std::move(piece));
+    } else {
+        harvest.decodeAs(SourceKind::Text, Blob{bytes, origin, 0});
+    }
     encode([&](Sighting& s) {
         if (s.offset < left || s.offset >= coreEnd) {
             return false;
@@ -233,6 +245,7 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
     WorkResult all;
     for (const SourceFile& file : item.group) {
         if (cancel.load(std::memory_order_relaxed)) {
+            all.cut = true;
             break;
         }
         WorkItem one;

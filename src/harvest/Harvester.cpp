@@ -283,6 +283,7 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
                 item = std::move(it->second);
                 inFlight.erase(it);
             }
+            const bool cutShort = result.cut;
             HarvestBatch batch =
                 merge.add(std::move(result), item, observer && observer->wantsSightings());
             {
@@ -297,6 +298,9 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
             }
             if (observer) {
                 observer->batch(batch);
+            }
+            if (cutShort) {
+                break;
             }
         } else if (cancel.load(std::memory_order_relaxed)) {
             break;

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "ByteScan.h"
 #include "Decoders.h"
-#include "HtmlScan.h"
 #include "PercentEscapes.h"
 #include "TextDecoder.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "HtmlScan.h"
+#include "ByteScan.h"
 
 namespace harvest {
 namespace {
@@ -90,7 +90,7 @@ void HtmlPieceStream::handOn(std::size_t size, bool last) {
     piece.names.insert(piece.names.end(), std::make_move_iterator(hints.begin()),
                        std::make_move_iterator(hints.end()));
     hints.clear();
-    line_ += static_cast<std::int64_t>(countLineFeeds(piece.text));
+    line_ += countNewlines(piece.text);
     offset_ += static_cast<std::int64_t>(piece.text.size());
     last_ = piece.text.back();
     context_.text(std::move(piece));

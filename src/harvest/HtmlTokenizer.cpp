@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "ByteScan.h"
 #include "HtmlEntities.h"
-#include "HtmlScan.h"
 
 namespace harvest {
 namespace {

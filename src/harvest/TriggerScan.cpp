@@ -142,28 +142,4 @@ void scanTriggers(std::string_view text, Triggers& out) {
     }
 }
 
-std::int64_t countNewlines(std::string_view text) {
-    const char* p = text.data();
-    const std::size_t size = text.size();
-    std::int64_t count = 0;
-    std::size_t i = 0;
-#if defined(__SSE2__)
-    const __m128i zero = _mm_setzero_si128();
-    // Per-byte counts in a vector add up to at most 255 blocks before they
-    // are summed, so as not to overflow.
-    while (i + 16 <= size) {
-        __m128i sums = zero;
-        for (int n = 0; n < 255 && i + 16 <= size; ++n, i += 16) {
-            sums = _mm_sub_epi8(sums, is(load(p + i), '\n'));
-        }
-        const __m128i total = _mm_sad_epu8(sums, zero);
-        count += _mm_cvtsi128_si32(total) + _mm_cvtsi128_si32(_mm_srli_si128(total, 8));
-    }
-#endif
-    for (; i < size; ++i) {
-        count += p[i] == '\n';
-    }
-    return count;
-}
-
 }  // namespace harvest

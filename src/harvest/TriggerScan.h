@@ -6,9 +6,11 @@
 // the places noted for it. A place is left out only where the finder would
 // surely find nothing; the finders check every place noted again.
 #include <cstddef>
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
+#include "ByteScan.h"
 
 namespace harvest {
 
@@ -31,8 +33,5 @@ struct Triggers {
 
 // Fills out with the triggers of text, each list in the order of the text.
 void scanTriggers(std::string_view text, Triggers& out);
-
-// The number of line feeds in text.
-std::int64_t countNewlines(std::string_view text);
 
 }  // namespace harvest

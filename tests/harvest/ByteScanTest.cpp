@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "HtmlScan.h"
+#include "ByteScan.h"
 
 namespace harvest {
 namespace {
@@ -93,7 +93,7 @@ std::string generated(std::mt19937& random, std::size_t size, int rarity) {
     return s;
 }
 
-TEST(HtmlScan, CleanUtf8AsTheByteLoop) {
+TEST(ByteScan, CleanUtf8AsTheByteLoop) {
     std::mt19937 random(3);
     for (int i = 0; i < 20000; ++i) {
         const std::size_t size = random() % 300;
@@ -107,7 +107,7 @@ TEST(HtmlScan, CleanUtf8AsTheByteLoop) {
     }
 }
 
-TEST(HtmlScan, CleanUtf8FindsOneBadByteAnywhere) {
+TEST(ByteScan, CleanUtf8FindsOneBadByteAnywhere) {
     // One bad byte (or a cut character) at every place in and around a block.
     std::mt19937 random(5);
     for (const std::string bad : {"\x01", "\x7F", "\xFF", "\xC3", "\xE2\x82", "\xED\xA0\x80"}) {
@@ -121,7 +121,7 @@ TEST(HtmlScan, CleanUtf8FindsOneBadByteAnywhere) {
     }
 }
 
-TEST(HtmlScan, FindMarkupAsFindFirstOf) {
+TEST(ByteScan, FindMarkupAsFindFirstOf) {
     std::mt19937 random(9);
     for (int i = 0; i < 2000; ++i) {
         const std::string s =
@@ -133,7 +133,7 @@ TEST(HtmlScan, FindMarkupAsFindFirstOf) {
     }
 }
 
-TEST(HtmlScan, CountLineFeedsAsCount) {
+TEST(ByteScan, CountNewlinesAsCount) {
     std::mt19937 random(13);
     // Sizes around the blocks of sixteen and past the 255 blocks that are
     // added up in bytes before a sum.
@@ -144,8 +144,7 @@ TEST(HtmlScan, CountLineFeedsAsCount) {
             if (rarity == 1) {
                 std::fill(s.begin(), s.end(), '\n');  // every byte: no count may wrap
             }
-            EXPECT_EQ(countLineFeeds(s),
-                      static_cast<std::size_t>(std::count(s.begin(), s.end(), '\n')))
+            EXPECT_EQ(countNewlines(s), std::count(s.begin(), s.end(), '\n'))
                 << size << " " << rarity;
         }
     }
