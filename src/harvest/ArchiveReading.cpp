@@ -72,8 +72,8 @@ ArchiveReading::ArchiveReading(const Blob& blob, DecodeContext& context, Archive
     }
 }
 
-ArchiveReading::ArchiveReading(const std::string& path, std::string source,
-                               DecodeContext& context, ArchiveFormats formats)
+ArchiveReading::ArchiveReading(const std::string& path, std::string source, DecodeContext& context,
+                               ArchiveFormats formats)
     : context_(context), source_(std::move(source)), archive_(archive_read_new()) {
     if (setUp(formats) &&
         archive_read_open_filename(archive_, path.c_str(), kFileBlock) != ARCHIVE_OK) {
@@ -214,10 +214,11 @@ bool ArchiveReading::countExpanded(std::int64_t bytes, const std::string& member
         return true;
     }
     // Solid formats decompress a block for many members at once: only the
-    // archive's total tells how steeply it expands.
+    // archive's total tells how steeply it expands. So does a single stream,
+    // which a filter may have used up while its format was being recognised.
     const int format = archive_format(archive_) & ARCHIVE_FORMAT_BASE_MASK;
     const bool solid = format == ARCHIVE_FORMAT_7ZIP || format == ARCHIVE_FORMAT_RAR ||
-                       format == ARCHIVE_FORMAT_RAR_V5;
+                       format == ARCHIVE_FORMAT_RAR_V5 || format == ARCHIVE_FORMAT_RAW;
     const std::int64_t expanded = solid ? totalExpanded_ : memberExpanded_;
     const std::int64_t packed = solid ? consumed() : consumed() - memberStart_;
     // Readers that copy stored data out of the input tell what they used only

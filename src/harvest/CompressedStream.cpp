@@ -1,5 +1,6 @@
 #include "CompressedStream.h"
 
+#include <algorithm>
 #include <fstream>
 #include <optional>
 
@@ -10,9 +11,9 @@
 namespace harvest {
 namespace {
 
-constexpr std::size_t kHead = 64 << 10;        // of the content, to tell its kind and charset
-constexpr std::size_t kNameBytes = 70 << 10;   // of the file: a gzip header's extra field and name
-constexpr int kContentDepth = 1;               // the content of a file at depth 0
+constexpr std::size_t kHead = 64 << 10;       // of the content, to tell its kind and charset
+constexpr std::size_t kNameBytes = 70 << 10;  // of the file: a gzip header's extra field and name
+constexpr int kContentDepth = 1;              // the content of a file at depth 0
 
 // A context for looking ahead: it keeps nothing and tells nothing, so that a
 // file this path gives back to its caller has left no trace.
@@ -32,7 +33,7 @@ private:
 };
 
 struct Content {
-    std::string head;   // the first kHead bytes
+    std::string head;    // the first kHead bytes
     bool whole = false;  // the head is all there is
 };
 
@@ -48,8 +49,8 @@ std::optional<Content> contentHead(const std::string& path, const Origin& origin
     content.head.resize(kHead);
     std::size_t got = 0;
     while (got < kHead) {
-        const std::int64_t n = reading.readSome(content.head.data() + got,
-                                                static_cast<std::int64_t>(kHead - got), origin.source);
+        const std::int64_t n = reading.readSome(
+            content.head.data() + got, static_cast<std::int64_t>(kHead - got), origin.source);
         if (n < 0) {
             return std::nullopt;
         }

@@ -58,6 +58,9 @@ void SourceHarvest::decodeAs(SourceKind kind, const Blob& blob) {
 void SourceHarvest::text(TextPiece piece) {
     if (!cancelled()) {
         finders_.find(piece, sightings_);
+        if (afterPiece) {
+            afterPiece();
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 // of decoded text to the finders. Nested sources (members, attachments) come
 // back here and are recognised in turn, down to the depth limit.
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ public:
     void decode(const Blob& blob);
     // Decodes a source whose kind is known (a piece of a large text or mbox).
     void decodeAs(SourceKind kind, const Blob& blob);
+
+    // Called after the finders have added a piece's sightings: a caller that
+    // files them away at once keeps the memory of a large source bounded.
+    std::function<void()> afterPiece;
 
     void text(TextPiece piece) override;
     void nested(std::string_view bytes, Origin origin, int depth) override;

@@ -9,15 +9,19 @@
 #include <iterator>
 
 #include "ByteScan.h"
+#include "CompressedStream.h"
 #include "DecodeDispatch.h"
 #include "MboxSplit.h"
 #include "SpillList.h"
 #include "TriggerScan.h"
+#include "WholeFile.h"
 
 namespace harvest {
 namespace {
 
-constexpr std::int64_t kLook = 64 << 10;  // how far past a cut to look for a line end
+constexpr std::int64_t kLook = 64 << 10;         // how far past a cut to look for a line end
+constexpr std::int64_t kLargeFile = 1 << 20;     // read into memory of its own
+constexpr std::int64_t kStreamFrom = 8LL << 20;  // a compressed file read as it expands
 
 // Plain text that can be cut by bytes: no byte-order mark of UTF-16 or
 // UTF-32 and no NUL bytes in the head (UTF-16 without a mark has them).
@@ -167,6 +171,21 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
     const Origin origin{item.file.path, {}, {}, {}, {}};
     std::string bytes;
     if (!item.cut) {
+        // The sightings of a whole file are filed as each piece of its text
+        // is done, not all at its end: a large page or document keeps no
+        // more than a piece's worth.
+        harvest.afterPiece = [&] { encode({}); };
+        // A large compressed text or mbox is read as it expands.
+        if (item.file.bytes > kStreamFrom) {
+            std::string head;
+            if (!readRange(item.file.path, 0, 512, head) &&
+                recognise(head) == SourceKind::Archive &&
+                decodeCompressedFile(item.file.path, origin, harvest)) {
+                source.kind = kindName(SourceKind::Archive, head);
+                encode({});
+                return result;
+            }
+        }
         if (item.file.bytes > cut.maxWholeFile) {
             source.kind = "too large";
             result.problems.push_back(
@@ -174,14 +193,21 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
                                      " MB and not plain text or an mbox; not read"});
             return result;
         }
-        if (auto error = readWholeFile(item.file.path, bytes)) {
+        // A small file is read into a string; a large one into memory of
+        // its own (see WholeFile).
+        WholeFile large;
+        std::optional<std::string> error = item.file.bytes < kLargeFile
+                                               ? readWholeFile(item.file.path, bytes)
+                                               : large.read(item.file.path);
+        if (error) {
             source.kind = "unreadable";
             result.problems.push_back({item.file.path, *error});
             return result;
         }
-        source.bytes = static_cast<std::int64_t>(bytes.size());
-        source.kind = kindName(recognise(bytes), bytes);
-        harvest.decode(Blob{bytes, origin, 0});
+        const std::string_view all = item.file.bytes < kLargeFile ? bytes : large.bytes();
+        source.bytes = static_cast<std::int64_t>(all.size());
+        source.kind = kindName(recognise(all), all);
+        harvest.decode(Blob{all, origin, 0});
         encode({});
         return result;
     }

@@ -53,8 +53,9 @@ struct WorkResult {
     // start); of an mbox: its messages (numbered from its start).
     std::int64_t newlines = 0;
     int messages = 0;
-    // A group stopped by cancellation before its last file: nothing after it
-    // may be merged, or the sources kept would have a gap.
+    // Work that may have been stopped by cancellation before its end: what it
+    // found is kept, but nothing after it may be merged, or the sources kept
+    // would have a gap.
     bool cut = false;
 };
 

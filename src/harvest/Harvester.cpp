@@ -56,22 +56,28 @@ public:
         seq = items_.front().first;
         item = std::move(items_.front().second);
         items_.pop_front();
+        ++busy_;
         return true;
     }
     void finish(std::uint64_t seq, WorkResult result) {
         std::lock_guard lock(mutex_);
         results_.emplace(seq, std::move(result));
+        --busy_;
         done_.notify_all();
     }
     // For the merge: the next result in order; waits at most `wait`. Returns
-    // 1 with a result, 0 on time-out, -1 when every item has been merged.
+    // 1 with a result, 0 on time-out, -1 when every item has been merged or,
+    // after stop(), when the next one in order will not come.
     int next(WorkResult& result, std::chrono::milliseconds wait) {
         std::unique_lock lock(mutex_);
-        auto ready = [&] { return results_.count(merged_) || (walked_ && merged_ == next_); };
+        auto ready = [&] {
+            return results_.count(merged_) || (walked_ && merged_ == next_) ||
+                   (stopped_ && busy_ == 0);
+        };
         if (!done_.wait_for(lock, wait, ready)) {
             return 0;
         }
-        if (walked_ && merged_ == next_) {
+        if (!results_.count(merged_)) {
             return -1;
         }
         auto it = results_.find(merged_);
@@ -98,6 +104,7 @@ private:
     std::map<std::uint64_t, WorkResult> results_;
     std::map<std::uint64_t, std::int64_t> sizes_;
     std::uint64_t next_ = 0, merged_ = 0;
+    int busy_ = 0;  // items taken by workers and not yet finished
     std::int64_t bytesAhead_ = 0;
     const std::size_t maxAhead_;
     const std::int64_t maxBytesAhead_;
@@ -257,8 +264,12 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
             std::uint64_t seq = 0;
             WorkItem item;
             while (queue.take(seq, item)) {
-                queue.finish(seq, doWork(item, options_.cut, finders, options_.limits, cancel,
-                                         keepSightings));
+                WorkResult result =
+                    doWork(item, options_.cut, finders, options_.limits, cancel, keepSightings);
+                // Work that saw the stop may have ended early: it is merged,
+                // as far as it got, and nothing after it.
+                result.cut = result.cut || cancel.load(std::memory_order_relaxed);
+                queue.finish(seq, std::move(result));
             }
         });
     }
@@ -302,8 +313,6 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
             if (cutShort) {
                 break;
             }
-        } else if (cancel.load(std::memory_order_relaxed)) {
-            break;
         }
         if (observer && Clock::now() - lastShown > std::chrono::milliseconds(100)) {
             std::lock_guard lock(progressMutex);

@@ -1,5 +1,7 @@
 #include "MboxStream.h"
 
+#include <algorithm>
+
 #include "Decoders.h"
 #include "MailDecoder.h"
 #include "MboxSplit.h"
@@ -57,8 +59,11 @@ void MboxStream::split(bool atEnd) {
         if (body == npos && atEnd) {
             return;  // a last "From " line without an end holds no message
         }
-        // A separator is known for sure only when the line after it can be
-        // seen whole (up to 80 bytes): every candidate up to `settled` is.
+        // A "From " line is known for what it is once the line after it can
+        // be seen (up to 80 bytes): every one before `settled` is. One found
+        // to be a separator is one for sure, and every candidate before it
+        // was seen with its next line, so the search resumes only over the
+        // candidates after `settled`.
         const std::size_t settled = unit.size() >= 81 ? unit.rfind('\n', unit.size() - 81) : npos;
         std::size_t hit = npos;
         if (body != npos) {
@@ -68,7 +73,7 @@ void MboxStream::split(bool atEnd) {
                 searchFrom_ = std::max(from, settled + 1);
             }
         }
-        if (hit != npos && (atEnd || (settled != npos && hit - 1 <= settled))) {
+        if (hit != npos) {
             if (!skipping_) {
                 decode(unit.substr(0, hit));
             }

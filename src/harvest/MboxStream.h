@@ -33,9 +33,9 @@ private:
     // line, or from the start of the mbox for text before the first one.
     std::string buffer_;
     std::size_t start_ = 0;
-    bool begun_ = false;      // whether the first separator has been looked for
-    bool separated_ = false;  // whether the message starts with its "From " line
-    bool skipping_ = false;   // the message is too large: its bytes are dropped
+    bool begun_ = false;          // whether the first separator has been looked for
+    bool separated_ = false;      // whether the message starts with its "From " line
+    bool skipping_ = false;       // the message is too large: its bytes are dropped
     std::size_t searchFrom_ = 0;  // where to look on for the next separator, from start_
     int number_ = 0;
 };

@@ -50,7 +50,8 @@ std::size_t cutPoint(std::string_view text, const StreamCuts& cuts) {
     const auto limit = static_cast<std::size_t>(cuts.pieceBytes);
     const auto longLine = static_cast<std::size_t>(cuts.longLine);
     const std::size_t lineFloor = limit > longLine ? limit - longLine : 0;
-    for (std::size_t nl = text.rfind('\n', limit - 1); nl != std::string_view::npos && nl >= lineFloor;
+    for (std::size_t nl = text.rfind('\n', limit - 1);
+         nl != std::string_view::npos && nl >= lineFloor;
          nl = nl == 0 ? std::string_view::npos : text.rfind('\n', nl - 1)) {
         if (!startsLikeMark(text.substr(nl + 1))) {
             return nl + 1;

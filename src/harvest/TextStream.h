@@ -24,9 +24,9 @@ std::optional<StreamCharset> streamCharset(std::string_view head, bool whole);
 
 // Sizes of the pieces; the defaults suit any input, tests use smaller ones.
 struct StreamCuts {
-    std::int64_t pieceBytes = 1 << 20;  // a piece ends at the last line end before this...
-    std::int64_t longLine = 64 << 10;   // ...found this far back, else the line is cut:
-    std::int64_t cutLook = 4 << 10;     // at a byte no address holds, this far back
+    std::int64_t pieceBytes = 1 << 20;   // a piece ends at the last line end before this...
+    std::int64_t longLine = 64 << 10;    // ...found this far back, else the line is cut:
+    std::int64_t cutLook = 4 << 10;      // at a byte no address holds, this far back
     std::int64_t readBytes = 256 << 10;  // what is read from the stream at a time
 };
 

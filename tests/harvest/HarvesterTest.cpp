@@ -295,7 +295,7 @@ TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
 
 TEST(Harvester, StoppedRunKeepsAnUnbrokenRunOfTheFirstSources) {
     TempDir dir;
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         char name[16];
         std::snprintf(name, sizeof name, "%03d.txt", i);
         dir.write(name, "person" + std::to_string(i) + "@firm.com");
@@ -309,7 +309,7 @@ TEST(Harvester, StoppedRunKeepsAnUnbrokenRunOfTheFirstSources) {
     EXPECT_FALSE(harvester.run(cancel, &observer));
     const auto& contacts = harvester.contacts();
     ASSERT_GE(contacts.size(), 1u);
-    EXPECT_LT(contacts.size(), 400u);
+    EXPECT_LT(contacts.size(), 1000u);
     for (std::size_t i = 0; i < contacts.size(); ++i) {
         EXPECT_EQ(contacts[i].address, "person" + std::to_string(i) + "@firm.com");
     }
