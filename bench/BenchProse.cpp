@@ -127,7 +127,7 @@ void Prose::appendSentence(std::string& out, size_t minWords) {
 void Prose::appendLine(std::string& out) {
     const size_t start = out.size();
     const size_t target = start + 50 + below(41);
-    if (below(50) == 0) {
+    if (below(addressEvery_) == 0) {
         switch (below(3)) {
             case 0: {
                 const Person p = person();
@@ -142,7 +142,7 @@ void Prose::appendLine(std::string& out) {
                 break;
         }
         out += ". ";
-    } else if (below(60) == 0) {
+    } else if (below(webEvery_) == 0) {
         out.append("See ").append(url()).append(" for more. ");
     }
     while (out.size() < target) {

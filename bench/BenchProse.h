@@ -39,8 +39,16 @@ public:
     void appendSentence(std::string& out, size_t minWords);
     void appendLine(std::string& out);
 
+    // Addresses and web addresses `factor` times rarer than line() says.
+    void rarer(size_t factor) {
+        addressEvery_ *= factor;
+        webEvery_ *= factor;
+    }
+
 private:
     std::mt19937 engine_;
+    size_t addressEvery_ = 50;
+    size_t webEvery_ = 60;
 };
 
 // Buffered writing of one generated file; throws std::runtime_error when the

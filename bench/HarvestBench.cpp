@@ -3,8 +3,10 @@
 //
 // Usage: gleanmark-harvest-bench [big] [scale=F] [program=PATH] [INPUT ...]
 //
-// Inputs: text (200 MB), html (100 MB), mbox (50 MB, about 6,000 messages),
-// small (20,000 files of 1-5 KB), mixed (PDF, DOCX, ODT, gzip and text);
+// Inputs: text (200 MB, an address every 50 lines), prose (200 MB, one every
+// 5,000 lines, as most large texts have fewer), html (100 MB), mbox (50 MB,
+// about 6,000 messages), small (20,000 files of 1-5 KB), mixed (PDF, DOCX,
+// ODT, gzip and text);
 // "big" adds big-text, big-mbox and big-line (5 GB each, the last one single
 // line) and big-files (a million small files). Naming inputs measures only
 // those; scale=F multiplies every size and count (scale=0.01 for a quick
@@ -73,6 +75,8 @@ std::vector<Input> Inputs(double scale) {
     const uint64_t bigFiles = count(1000000);
     return {
         {"text", false, "text.txt", mb(200), 1, [=](auto& p) { WriteTextFile(p, mb(200), 11); }},
+        {"prose", false, "prose.txt", mb(200), 1,
+         [=](auto& p) { WriteTextFile(p, mb(200), 16, false, 100); }},
         {"html", false, "page.html", mb(100), 1, [=](auto& p) { WriteHtmlFile(p, mb(100), 12); }},
         {"mbox", false, "mail.mbox", mb(50), 1, [=](auto& p) { WriteMbox(p, mb(50), 13); }},
         {"small", false, "small", smallFiles * 8192, smallFiles + smallFiles / 1000 + 1,
@@ -265,10 +269,11 @@ int main(int argc, char** argv) {
         } else if (arg.starts_with("program=")) {
             program = arg.substr(8);
         } else if (arg.empty() || arg.find('=') != std::string::npos) {
-            std::fprintf(stderr,
-                         "usage: %s [big] [scale=F] [program=PATH] [text|html|mbox|small|mixed|"
-                         "big-text|big-mbox|big-line|big-files ...]\n",
-                         argv[0]);
+            std::fprintf(
+                stderr,
+                "usage: %s [big] [scale=F] [program=PATH] [text|prose|html|mbox|small|mixed|"
+                "big-text|big-mbox|big-line|big-files ...]\n",
+                argv[0]);
             return 2;
         } else {
             chosen.push_back(arg);

@@ -127,8 +127,10 @@ std::string MailMessage(Prose& prose, uint64_t index, size_t bodyBytes, bool mbo
 
 }  // namespace
 
-void WriteTextFile(const std::string& path, uint64_t bytes, uint32_t seed, bool oneLine) {
+void WriteTextFile(const std::string& path, uint64_t bytes, uint32_t seed, bool oneLine,
+                   size_t rarity) {
     Prose prose(seed);
+    prose.rarer(rarity);
     FileSink sink(path);
     while (sink.bytes() < bytes) {
         sink.put(Lines(prose, 64 * 1024, oneLine ? ' ' : '\n'));

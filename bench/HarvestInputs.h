@@ -8,8 +8,10 @@
 // written, so the result is a little larger. Everything is deterministic for
 // a given seed; failures throw std::runtime_error.
 
-// Plain text lines; `oneLine` joins them with spaces into a single line.
-void WriteTextFile(const std::string& path, uint64_t bytes, uint32_t seed, bool oneLine = false);
+// Plain text lines; `oneLine` joins them with spaces into a single line;
+// `rarity` makes addresses that many times rarer (one line in 50 has one).
+void WriteTextFile(const std::string& path, uint64_t bytes, uint32_t seed, bool oneLine = false,
+                   size_t rarity = 1);
 
 // One HTML document: headings, paragraphs, mailto: links with names, https
 // links and character entities.
