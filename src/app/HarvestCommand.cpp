@@ -138,7 +138,7 @@ int HarvestCommandLine(int argc, char* argv[]) {
 
     HarvestOutputOptions::Kept kept;
     std::string error;
-    bool written = output.write(harvester.contacts(), harvester.sightings(), harvester.problems(),
+    bool written = output.write(harvester.contactSet(), harvester.sightings(), harvester.problems(),
                                 harvester.sources().range(), kept, error);
     if (!quiet) {
         std::cerr << "gleanmark: " << harvester.sources().size() << " sources, " << kept.contacts

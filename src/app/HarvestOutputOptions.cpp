@@ -1,8 +1,5 @@
 #include "HarvestOutputOptions.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 std::vector<std::string> ListValues(const QCommandLineParser& parser, const QString& name) {
@@ -116,29 +113,41 @@ std::vector<std::string> HarvestOutputOptions::rawArguments(const QStringList& p
     return raw;
 }
 
-bool HarvestOutputOptions::write(const std::vector<harvest::Contact>& contacts,
+bool HarvestOutputOptions::write(const harvest::ContactSet& contacts,
                                  const harvest::SpillList<harvest::Sighting>& sightings,
                                  const std::vector<harvest::Problem>& problems,
                                  harvest::RecordRange<harvest::SourceInfo> sources, Kept& kept,
                                  std::string& error) const {
-    // Without a filter the contacts are written where they are: a large
-    // harvest's contacts are not copied.
-    std::vector<harvest::Contact> filtered;
+    using harvest::Contact;
+    using harvest::RecordRange;
+    // The contacts are made one at a time as the writer walks them; with
+    // filters, a first walk counts those kept (a writer may need the count
+    // before the rows).
+    RecordRange<Contact> keptContacts = contacts.range();
+    kept = {contacts.size(), static_cast<std::size_t>(contacts.sightingCount())};
     if (!filter_.empty()) {
-        std::copy_if(contacts.begin(), contacts.end(), std::back_inserter(filtered),
-                     [this](const harvest::Contact& c) { return filter_.keeps(c); });
+        kept = {};
+        contacts.range().forEach([&](const Contact& c) {
+            if (filter_.keeps(c)) {
+                ++kept.contacts;
+                kept.sightings += static_cast<std::size_t>(c.sightings);
+            }
+        });
+        keptContacts = RecordRange<Contact>(
+            [&contacts, this](const RecordRange<Contact>::Each& each) {
+                contacts.range().forEach([&](const Contact& c) {
+                    if (filter_.keeps(c)) {
+                        each(c);
+                    }
+                });
+            },
+            kept.contacts);
     }
-    const std::vector<harvest::Contact>& keptContacts = filter_.empty() ? contacts : filtered;
-    // Sightings stay where they are (a spill file, mostly); the writers walk the ones kept.
-    const harvest::RecordRange<harvest::Sighting> keptSightings =
+    // Sightings stay where they are (a spill file, mostly); the writers walk
+    // the ones kept. Their count is that of the contacts kept, known also
+    // when the sightings themselves were not kept.
+    const RecordRange<harvest::Sighting> keptSightings =
         sightings.range([this](const harvest::Sighting& s) { return filter_.keeps(s); });
-    // The sightings of the contacts kept: the same as those the filters keep,
-    // and known also when the sightings themselves were not kept.
-    std::int64_t sightingCount = 0;
-    for (const harvest::Contact& c : keptContacts) {
-        sightingCount += c.sightings;
-    }
-    kept = {keptContacts.size(), static_cast<std::size_t>(sightingCount)};
     const harvest::Report report{keptContacts, keptSightings, problems, std::move(sources)};
     return harvest::writeReport(format_, report, sightingRows_, path_, error);
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ContactFilter.h"
+#include "ContactSet.h"
 #include "HarvestTypes.h"
 #include "RecordRange.h"
 #include "SpillList.h"
@@ -43,7 +44,7 @@ public:
     // Writes the contacts and sightings the filters keep, with the problems
     // and sources; false with a message in error when the output could not be
     // written.
-    bool write(const std::vector<harvest::Contact>& contacts,
+    bool write(const harvest::ContactSet& contacts,
                const harvest::SpillList<harvest::Sighting>& sightings,
                const std::vector<harvest::Problem>& problems,
                harvest::RecordRange<harvest::SourceInfo> sources, Kept& kept,

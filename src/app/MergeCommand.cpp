@@ -117,8 +117,8 @@ int MergeCommandLine(int argc, char* argv[]) {
     HarvestOutputOptions::Kept kept;
     std::string error;
     const std::vector<harvest::SourceInfo> sources;  // shards do not list them
-    const bool written = output.write(merge.contacts.contacts(), merge.sightings, merge.problems,
-                                      sources, kept, error);
+    const bool written =
+        output.write(merge.contacts, merge.sightings, merge.problems, sources, kept, error);
     if (!output.quiet()) {
         std::cerr << "gleanmark: " << shards.size() << " shards, " << kept.contacts << " contacts, "
                   << merge.keptSightings << " sightings, " << merge.problemCount << " problems\n";

@@ -68,7 +68,9 @@ public:
     // then. What was found before the stop is kept.
     bool run(const std::atomic<bool>& cancel, HarvestObserver* observer = nullptr);
 
-    const std::vector<Contact>& contacts() const { return contacts_.contacts(); }
+    const ContactSet& contactSet() const { return contacts_; }
+    // Every contact at once, for a small harvest.
+    std::vector<Contact> contacts() const { return contacts_.contacts(); }
     const SpillList<Sighting>& sightings() const { return sightings_; }
     const std::vector<Problem>& problems() const { return problems_; }
     const SpillList<SourceInfo>& sources() const { return sources_; }

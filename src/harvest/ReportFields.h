@@ -48,10 +48,10 @@ void forEachRow(const Report& report, bool sightingRows, Each each) {
             each(row);
         });
     } else {
-        for (const Contact& c : report.contacts) {
+        report.contacts.forEach([&](const Contact& c) {
             contactRow(c, row);
             each(row);
-        }
+        });
     }
 }
 

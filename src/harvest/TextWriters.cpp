@@ -170,13 +170,12 @@ bool writeTextReport(Format format, const Report& report, bool sightingRows,
     bool ok = true;
     const auto names = fieldNames(sightingRows);
     if (format == Format::VCard) {
-        for (const Contact& c : report.contacts) {
-            if (!ok) {
-                break;
+        report.contacts.forEach([&](const Contact& c) {
+            if (ok) {
+                appendVCard(buffer, c);
+                ok = output.handOnIfFull(buffer, error);
             }
-            appendVCard(buffer, c);
-            ok = output.handOnIfFull(buffer, error);
-        }
+        });
         return ok && output.finish(buffer, error);
     }
     if (format == Format::Tsv) {

@@ -22,7 +22,7 @@ std::optional<Format> formatForPath(std::string_view path);
 bool isTextFormat(Format format);
 
 struct Report {
-    const std::vector<Contact>& contacts;
+    RecordRange<Contact> contacts;
     RecordRange<Sighting> sightings;
     const std::vector<Problem>& problems;
     RecordRange<SourceInfo> sources;
