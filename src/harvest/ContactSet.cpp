@@ -45,6 +45,14 @@ std::uint32_t ContactSet::TextTable::id(std::string_view text) {
     return id;
 }
 
+std::uint32_t ContactSet::sourceId(std::string_view source) {
+    if (sources_.empty() || source != lastSource_) {
+        sources_.push_back(text_.add(source));
+        lastSource_ = text_.view(sources_.back());
+    }
+    return static_cast<std::uint32_t>(sources_.size() - 1);
+}
+
 void ContactSet::grow() {
     std::vector<Slot> old = std::move(slots_);
     slots_.assign(std::max<std::size_t>(64, old.size() * 2), Slot{});
@@ -102,7 +110,7 @@ void ContactSet::add(const Sighting& sighting) {
         entry.kind = kinds_.id(sighting.kind);
         entry.domain = domains_.id(sighting.domain);
         entry.reserved = sighting.reserved;
-        entry.source = sources_.id(sighting.origin.source);
+        entry.source = sourceId(sighting.origin.source);
     }
     ++entry.sightings;
     if (!sighting.name.empty()) {
@@ -122,7 +130,7 @@ void ContactSet::merge(ContactSet&& part) {
             entry.kind = kinds_.id(part.kinds_.text(theirs.kind));
             entry.domain = domains_.id(part.domains_.text(theirs.domain));
             entry.reserved = theirs.reserved;
-            entry.source = sources_.id(part.sources_.text(theirs.source));
+            entry.source = sourceId(part.text_.view(part.sources_[theirs.source]));
         }
         entry.sightings += theirs.sightings;
         for (std::uint32_t n = theirs.firstName; n != kNone; n = part.names_[n].next) {
@@ -131,21 +139,29 @@ void ContactSet::merge(ContactSet&& part) {
     }
 }
 
-Contact ContactSet::contact(std::size_t index) const {
+// Fills c in with the contact at index, reusing the room its texts have.
+void ContactSet::fill(std::size_t index, Contact& c) const {
     const Entry& entry = entries_[index];
-    Contact c;
-    c.address = text_.view(entry.address);
-    for (std::uint32_t n = entry.firstName; n != kNone; n = names_[n].next) {
-        c.names.emplace_back(text_.view(names_[n].text));
+    c.address.assign(text_.view(entry.address));
+    std::size_t names = 0;
+    for (std::uint32_t n = entry.firstName; n != kNone; n = names_[n].next, ++names) {
+        if (names == c.names.size()) {
+            c.names.emplace_back();
+        }
+        c.names[names].assign(text_.view(names_[n].text));
     }
-    if (!c.names.empty()) {
-        c.name = c.names.front();
-    }
-    c.kind = kinds_.text(entry.kind);
-    c.domain = domains_.text(entry.domain);
+    c.names.resize(names);
+    c.name.assign(names > 0 ? std::string_view(c.names.front()) : std::string_view());
+    c.kind.assign(kinds_.text(entry.kind));
+    c.domain.assign(domains_.text(entry.domain));
     c.reserved = entry.reserved;
     c.sightings = entry.sightings;
-    c.firstSource = sources_.text(entry.source);
+    c.firstSource.assign(text_.view(sources_[entry.source]));
+}
+
+Contact ContactSet::contact(std::size_t index) const {
+    Contact c;
+    fill(index, c);
     return c;
 }
 
@@ -160,8 +176,10 @@ std::int64_t ContactSet::sightingCount() const {
 RecordRange<Contact> ContactSet::range() const {
     return RecordRange<Contact>(
         [this](const RecordRange<Contact>::Each& each) {
+            Contact c;  // one contact, filled in again and again
             for (std::size_t i = 0; i < entries_.size(); ++i) {
-                each(contact(i));
+                fill(i, c);
+                each(c);
             }
         },
         entries_.size());

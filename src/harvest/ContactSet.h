@@ -87,11 +87,19 @@ private:
 
     // The entry of address: its place, and whether it was made just now.
     std::pair<std::size_t, bool> place(std::string_view address);
+    void fill(std::size_t index, Contact& c) const;
     void grow();
     void addName(Entry& entry, std::string_view name);
 
+    // The first source of a contact: in a store of its own, as most sources
+    // are first sources of their contacts and a table of them would cost
+    // more than they do; a run of contacts from the same source shares it.
+    std::uint32_t sourceId(std::string_view source);
+
     TextStore text_;
-    TextTable domains_, sources_, kinds_;
+    TextTable domains_, kinds_;
+    std::vector<std::uint64_t> sources_;  // texts in text_
+    std::string_view lastSource_;
     std::deque<Entry> entries_;
     std::deque<Name> names_;
     // An open-addressed index of the entries by the address's hash.
