@@ -1,5 +1,7 @@
 // tar (compressed or not), 7z and the other archive formats libarchive reads,
 // and a single compressed stream (gzip, bzip2, xz, ...) of one file.
+#include <zlib.h>
+
 #include "ArchiveReading.h"
 #include "Decoders.h"
 
@@ -16,6 +18,27 @@ bool holdsWarc(const Blob& blob, DecodeContext& context) {
            std::string_view(head, sizeof head) == "WARC/";
 }
 
+// Whether bytes are a whole gzip stream of nothing: packages ship such files
+// (an empty manual page compressed), and libarchive takes them for damage.
+bool emptyGzip(std::string_view bytes) {
+    if (bytes.size() > 4096 || !bytes.starts_with("\x1f\x8b")) {
+        return false;
+    }
+    z_stream z{};
+    if (inflateInit2(&z, 16 + MAX_WBITS) != Z_OK) {
+        return false;
+    }
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    z.avail_in = static_cast<uInt>(bytes.size());
+    unsigned char out[64];
+    z.next_out = out;
+    z.avail_out = sizeof out;
+    const int status = inflate(&z, Z_FINISH);
+    const bool empty = status == Z_STREAM_END && z.total_out == 0;
+    inflateEnd(&z);
+    return empty;
+}
+
 void decodeStream(const Blob& blob, DecodeContext& context) {
     if (holdsWarc(blob, context)) {
         decodeWarc(blob, context);
@@ -23,7 +46,7 @@ void decodeStream(const Blob& blob, DecodeContext& context) {
     }
     ArchiveReading reading(blob, context, ArchiveFormats::Raw);
     if (!reading.next()) {
-        if (reading.damaged()) {
+        if (reading.damaged() && !emptyGzip(blob.bytes)) {
             context.problem(blob.origin.source, "damaged compressed stream: " + reading.error());
         }
         return;

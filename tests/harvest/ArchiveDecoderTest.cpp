@@ -75,6 +75,12 @@ TEST(ArchiveDecoder, HandsASingleCompressedStreamOnUnderItsName) {
         const std::vector<std::pair<std::string, std::string>> expected = {{c.nested, text}};
         EXPECT_EQ(handedOn(context), expected);
     }
+    // An empty file compressed, as packages ship some manual pages: nothing
+    // to read, and nothing wrong.
+    RecordingContext empty;
+    decodeArchive(testing::blob(testing::gzip(""), "empty.1.gz", 0), empty);
+    EXPECT_TRUE(empty.problems.empty());
+    EXPECT_TRUE(empty.nestedSources.empty());
 }
 
 TEST(ArchiveDecoder, UnreadableInputIsAProblem) {
