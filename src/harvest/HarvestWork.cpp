@@ -99,7 +99,7 @@ std::optional<std::string> readRange(const std::string& path, std::int64_t begin
 }
 
 void planWork(const SourceFile& file, const CutOptions& cut,
-              const std::function<void(WorkItem)>& item) {
+              const std::function<bool(WorkItem)>& item) {
     WorkItem whole;
     whole.file = file;
     whole.end = file.bytes;
@@ -135,7 +135,9 @@ void planWork(const SourceFile& file, const CutOptions& cut,
         piece.firstPiece = first;
         piece.begin = begin;
         piece.end = end;
-        item(std::move(piece));
+        if (!item(std::move(piece))) {
+            return;
+        }
         first = false;
         begin = end;
     }

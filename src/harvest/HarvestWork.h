@@ -66,9 +66,10 @@ constexpr std::size_t kGroupFiles = 64;
 constexpr std::int64_t kGroupBytes = 1 << 20;
 
 // Cuts a file into work items, in order; reads no more than a little around
-// each cut.
+// each cut. Stops when item returns false (the run was stopped): the cuts
+// of the rest of a large file are not looked for.
 void planWork(const SourceFile& file, const CutOptions& cut,
-              const std::function<void(WorkItem)>& item);
+              const std::function<bool(WorkItem)>& item);
 
 // With keepSightings unset, the sightings add up to contacts and are counted,
 // but not kept.

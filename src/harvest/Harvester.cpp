@@ -242,6 +242,7 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
                                  }
                                  planWork(file, options_.cut, [&](WorkItem item) {
                                      going = going && push(std::move(item));
+                                     return going;
                                  });
                              },
                              [&](Problem problem) {
