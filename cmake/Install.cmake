@@ -22,7 +22,7 @@ file(RELATIVE_PATH guide_from_window_dir ${CMAKE_INSTALL_PREFIX}/${GLEANMARK_WIN
 target_compile_definitions(gleanmark PRIVATE
   GLEANMARK_WINDOW_FROM_BINDIR="${window_from_bindir}")
 target_compile_definitions(gleanmark_ui PRIVATE
-  GLEANMARK_GUIDE_FROM_BINDIR="${guide_from_window_dir}"
+  GLEANMARK_GUIDE_FROM_PROGRAM_DIR="${guide_from_window_dir}"
   GLEANMARK_GUIDE_IN_SOURCES="${GLEANMARK_GUIDE_SOURCES}/index.html")
 
 target_compile_definitions(gleanmark PRIVATE GLEANMARK_VERSION="${PROJECT_VERSION}")

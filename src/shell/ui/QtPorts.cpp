@@ -81,7 +81,7 @@ std::string DesktopLauncher::userGuide() const {
 }
 
 std::string FindUserGuide(const QString& programDir) {
-    const QString places[] = {QDir(programDir).filePath(GLEANMARK_GUIDE_FROM_BINDIR),
+    const QString places[] = {QDir(programDir).filePath(GLEANMARK_GUIDE_FROM_PROGRAM_DIR),
                               QStringLiteral(GLEANMARK_GUIDE_IN_SOURCES)};
     for (const QString& page : places) {
         if (QFileInfo(page).isFile()) {
