@@ -26,6 +26,10 @@ public:
     // Called after the finders have added a piece's sightings: a caller that
     // files them away at once keeps the memory of a large source bounded.
     std::function<void()> afterPiece;
+    // The last line and the end offset of the text handed on so far: what
+    // the next piece of a cut page numbers on from.
+    std::int64_t lastLine() const { return lastLine_; }
+    std::int64_t textEnd() const { return textEnd_; }
 
     void text(TextPiece piece) override;
     void nested(std::string_view bytes, Origin origin, int depth) override;
@@ -42,6 +46,8 @@ private:
     std::vector<Problem>& problems_;
     std::int64_t expanded_ = 0;
     std::string tooDeep_;  // the last container whose members were too deep
+    std::int64_t lastLine_ = 0;
+    std::int64_t textEnd_ = 0;
 };
 
 }  // namespace harvest

@@ -43,6 +43,18 @@ std::int64_t textCut(const SourceFile& file, std::int64_t target) {
     return nl == std::string::npos ? target : target - 1 + static_cast<std::int64_t>(nl) + 1;
 }
 
+// Where the piece of a page after `target` starts: at a tag that starts a
+// line, so no address and almost no link is cut in two; else as text.
+std::int64_t htmlCut(const SourceFile& file, std::int64_t target) {
+    std::string bytes;
+    if (readRange(file.path, target - 1, std::min(file.bytes, target + kLook), bytes)) {
+        return target;
+    }
+    const std::size_t tag = bytes.find("\n<");
+    return tag == std::string::npos ? textCut(file, target)
+                                    : target - 1 + static_cast<std::int64_t>(tag) + 1;
+}
+
 // Where the first message at or after `target` starts; the file's size when
 // none does.
 std::int64_t mboxCut(const SourceFile& file, std::int64_t target) {
@@ -114,7 +126,11 @@ void planWork(const SourceFile& file, const CutOptions& cut,
     }
     const SourceKind kind = recognise(head);
     const bool text = kind == SourceKind::Text && cutsByBytes(head);
-    if (!text && kind != SourceKind::Mbox) {
+    // A large page in UTF-8 is cut before a tag that starts a line.
+    bool ascii = false;
+    const bool html = kind == SourceKind::Html && cutsByBytes(head) &&
+                      !head.starts_with("\xEF\xBB\xBF") && isCleanUtf8(head, ascii);
+    if (!text && !html && kind != SourceKind::Mbox) {
         item(std::move(whole));
         return;
     }
@@ -124,6 +140,7 @@ void planWork(const SourceFile& file, const CutOptions& cut,
         std::int64_t target = begin + cut.pieceBytes;
         std::int64_t end = target >= file.bytes ? file.bytes
                            : text               ? textCut(file, target)
+                           : html               ? htmlCut(file, target)
                                                 : mboxCut(file, target);
         if (end <= begin) {
             end = std::min(file.bytes, target);
@@ -131,7 +148,7 @@ void planWork(const SourceFile& file, const CutOptions& cut,
         WorkItem piece;
         piece.file = file;
         piece.cut = true;
-        piece.kind = text ? SourceKind::Text : SourceKind::Mbox;
+        piece.kind = text ? SourceKind::Text : html ? SourceKind::Html : SourceKind::Mbox;
         piece.firstPiece = first;
         piece.begin = begin;
         piece.end = end;
@@ -213,7 +230,20 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
         encode({});
         return result;
     }
-    source.kind = item.kind == SourceKind::Mbox ? "mbox" : "text";
+    source.kind = kindName(item.kind, {});
+    if (item.kind == SourceKind::Html) {
+        // A piece of a page, decoded as a page of its own; its lines and
+        // offsets in the decoded text are numbered on by the merge.
+        if (auto error = readRange(item.file.path, item.begin, item.end, bytes)) {
+            result.problems.push_back({item.file.path, *error});
+            return result;
+        }
+        harvest.decodeAs(SourceKind::Html, Blob{bytes, origin, 0});
+        result.newlines = harvest.lastLine();
+        result.decodedBytes = harvest.textEnd() + 1;
+        encode({});
+        return result;
+    }
     if (item.kind == SourceKind::Mbox) {
         if (auto error = readRange(item.file.path, item.begin, item.end, bytes)) {
             result.problems.push_back({item.file.path, *error});

@@ -50,9 +50,13 @@ struct WorkResult {
     ContactSet contacts;  // what the sightings add up to, in their order
     std::vector<Problem> problems;
     // For a piece of a text: its newlines (sightings' lines count from its
-    // start); of an mbox: its messages (numbered from its start).
+    // start); of a page: the lines of its decoded text; of an mbox: its
+    // messages (numbered from its start).
     std::int64_t newlines = 0;
     int messages = 0;
+    // Of a piece of a page: the size of its decoded text, which the offsets
+    // of the pieces after it count on from.
+    std::int64_t decodedBytes = 0;
     // Work that may have been stopped by cancellation before its end: what it
     // found is kept, but nothing after it may be merged, or the sources kept
     // would have a gap.

@@ -124,6 +124,7 @@ public:
         if (!item.cut || item.firstPiece) {
             linesBefore_ = 0;
             messagesBefore_ = 0;
+            decodedBefore_ = 0;
         }
         if (!item.cut || item.firstPiece) {
             for (const SourceInfo& source : r.sources) {
@@ -135,8 +136,8 @@ public:
         // the merge folds the one and files the other, numbered on from the
         // pieces before.
         if (item.cut) {
-            shiftSightings(r.sightings, item.kind == SourceKind::Text ? linesBefore_ : 0,
-                           item.kind == SourceKind::Mbox ? messagesBefore_ : 0);
+            shiftSightings(r.sightings, item.kind == SourceKind::Mbox ? 0 : linesBefore_,
+                           item.kind == SourceKind::Mbox ? messagesBefore_ : 0, decodedBefore_);
         }
         h_.contacts_.merge(std::move(r.contacts));
         h_.sightings_.addEncoded(r.sightings, r.sightingCount);
@@ -156,6 +157,7 @@ public:
         }
         linesBefore_ += r.newlines;
         messagesBefore_ += r.messages;
+        decodedBefore_ += r.decodedBytes;
         batch.problems = std::move(r.problems);
         return batch;
     }
@@ -164,6 +166,7 @@ private:
     Harvester& h_;
     std::int64_t linesBefore_ = 0;
     int messagesBefore_ = 0;
+    std::int64_t decodedBefore_ = 0;  // the decoded text of a cut page's pieces before
 };
 
 Harvester::Harvester(HarvestOptions options) : options_(std::move(options)) {}

@@ -100,7 +100,8 @@ void forEachEncoded(std::string_view run, const std::function<void(std::string_v
     }
 }
 
-void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta) {
+void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta,
+                    std::int64_t offsetDelta) {
     // The layout of encodeRecord(Sighting): flags, five texts (address, name,
     // domain, kind, source), page, message, two texts (Message-ID, field),
     // line, offset, context; a text is its length and its bytes.
@@ -129,6 +130,8 @@ void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta) 
             field += 8 + number(field);
         }
         put(field, number(field) + static_cast<std::uint64_t>(lineDelta));
+        field += 8;
+        put(field, number(field) + static_cast<std::uint64_t>(offsetDelta));
         at = end;
     }
 }

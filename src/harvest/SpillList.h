@@ -39,9 +39,11 @@ void encodeRecord(const Sighting& s, std::string& out);
 // of such records can be added whole with SpillList::addEncoded.
 template <typename T>
 void appendEncoded(const T& record, std::string& out);
-// Adds lineDelta to the line and messageDelta to the message number (where
-// there is one) of every sighting in a run made by appendEncoded, in place.
-void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta);
+// Adds lineDelta to the line, offsetDelta to the offset and messageDelta to
+// the message number (where there is one) of every sighting in a run made by
+// appendEncoded, in place.
+void shiftSightings(std::string& run, std::int64_t lineDelta, int messageDelta,
+                    std::int64_t offsetDelta = 0);
 // Calls each(record bytes) for every record in a run made by appendEncoded.
 void forEachEncoded(std::string_view run, const std::function<void(std::string_view)>& each);
 bool decodeRecord(std::string_view in, Sighting& s);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <cstdio>
 #include <map>
 
@@ -291,6 +293,65 @@ TEST(Harvester, SameOutputWhateverTheWorkersAndWhereLargeFilesAreCut) {
     options.keepSightings = false;
     const std::string contactsOnly = everything(options);
     EXPECT_EQ(contactsOnly, reference.substr(reference.find("problem ")));
+}
+
+// A large page is cut before tags that start a line and its pieces are done
+// apart: the same output whatever the workers, the same contacts with the
+// same names and counts as the page read whole (in another order: the
+// addresses of a piece's links come after its text, not after the whole
+// page's), and places that keep counting on.
+TEST(Harvester, LargePageInPiecesGivesTheContactsOfTheWholePage) {
+    TempDir dir;
+    std::string page = "<html><head><meta charset=\"utf-8\"></head><body>\n";
+    for (int i = 0; i < 200; ++i) {
+        const std::string n = std::to_string(i);
+        page += "<p>Paragraph " + n + " &amp; more, ask <a href=\"mailto:p" + n +
+                "@firm.com\">Person " + n + "</a> or write to shop" + std::to_string(i % 9) +
+                "&#64;firm.com.\n</p>\n";
+    }
+    page += "</body></html>\n";
+    dir.write("page.html", page);
+    HarvestOptions options;
+    options.paths = {dir.path()};
+    options.cut.cutFrom = 1LL << 40;
+    auto contactsOf = [](const HarvestOptions& o) {
+        Harvester h(o);
+        std::atomic<bool> cancel{false};
+        EXPECT_TRUE(h.run(cancel));
+        std::vector<std::string> all;
+        for (const Contact& c : h.contacts()) {
+            all.push_back(c.address + " [" + c.name + "] " + std::to_string(c.sightings));
+        }
+        std::sort(all.begin(), all.end());
+        return all;
+    };
+    const std::vector<std::string> reference = contactsOf(options);
+    ASSERT_EQ(reference.size(), 209u);
+    EXPECT_TRUE(
+        std::binary_search(reference.begin(), reference.end(), "p199@firm.com [Person 199] 1"));
+    options.cut.cutFrom = 1000;
+    options.cut.pieceBytes = 700;
+    EXPECT_EQ(contactsOf(options), reference);
+    options.jobs = 1;
+    const std::string one = everything(options);
+    for (int jobs : {2, 8}) {
+        options.jobs = jobs;
+        EXPECT_EQ(everything(options), one) << jobs << " jobs";
+    }
+    // Offsets of the sightings of one source only grow, piece after piece.
+    Harvester h(options);
+    std::atomic<bool> cancel{false};
+    ASSERT_TRUE(h.run(cancel));
+    std::int64_t lastOffset = -1;
+    std::size_t count = 0;
+    h.sightings().forEach([&](const Sighting& s) {
+        if (s.address.starts_with("shop")) {
+            EXPECT_GT(s.offset, lastOffset) << s.address;
+            lastOffset = s.offset;
+            ++count;
+        }
+    });
+    EXPECT_EQ(count, 200u);
 }
 
 TEST(Harvester, StoppedRunKeepsAnUnbrokenRunOfTheFirstSources) {
