@@ -17,8 +17,8 @@ bool isAllowedControl(unsigned c) {
 }
 
 // Checks the byte at p[i], which is not printable ASCII, and what belongs to
-// it, and moves i past them; false for a control character or bytes that are
-// not UTF-8.
+// it, and moves i past them; false for a control character (C1 included) or
+// bytes that are not UTF-8.
 bool passSuspect(const unsigned char* p, std::size_t size, std::size_t& i, bool& ascii) {
     const unsigned c = p[i];
     if (c < 0x80) {
@@ -26,31 +26,11 @@ bool passSuspect(const unsigned char* p, std::size_t size, std::size_t& i, bool&
         return isAllowedControl(c);  // and not 0x7F
     }
     ascii = false;
-    std::size_t n = 0;
-    unsigned lo = 0x80, hi = 0xBF;
-    if (c >= 0xC2 && c <= 0xDF) {
-        n = 1;
-        lo = c == 0xC2 ? 0xA0 : 0x80;  // not a C1 control
-    } else if (c >= 0xE0 && c <= 0xEF) {
-        n = 2;
-        lo = c == 0xE0 ? 0xA0 : 0x80;
-        hi = c == 0xED ? 0x9F : 0xBF;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-        n = 3;
-        lo = c == 0xF0 ? 0x90 : 0x80;
-        hi = c == 0xF4 ? 0x8F : 0xBF;
-    } else {
+    const std::size_t n = utf8SequenceLength(p + i, size - i);
+    if (n == 0 || (c == 0xC2 && p[i + 1] < 0xA0)) {
         return false;
     }
-    if (i + n >= size || p[i + 1] < lo || p[i + 1] > hi) {
-        return false;
-    }
-    for (std::size_t k = 2; k <= n; ++k) {
-        if ((p[i + k] & 0xC0) != 0x80) {
-            return false;
-        }
-    }
-    i += n + 1;
+    i += n;
     return true;
 }
 
@@ -79,6 +59,37 @@ unsigned suspectMask(const unsigned char* p) {
 }
 #endif
 }  // namespace
+
+std::size_t utf8SequenceLength(const unsigned char* p, std::size_t left) {
+    const unsigned c = p[0];
+    if (c < 0x80) {
+        return 1;
+    }
+    std::size_t n = 0;
+    unsigned lo = 0x80, hi = 0xBF;  // the bounds of the second byte
+    if (c >= 0xC2 && c <= 0xDF) {
+        n = 2;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        n = 3;
+        lo = c == 0xE0 ? 0xA0 : 0x80;
+        hi = c == 0xED ? 0x9F : 0xBF;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        n = 4;
+        lo = c == 0xF0 ? 0x90 : 0x80;
+        hi = c == 0xF4 ? 0x8F : 0xBF;
+    } else {
+        return 0;
+    }
+    if (left < n || p[1] < lo || p[1] > hi) {
+        return 0;
+    }
+    for (std::size_t k = 2; k < n; ++k) {
+        if ((p[k] & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return n;
+}
 
 bool isCleanUtf8(std::string_view s, bool& ascii) {
     const auto* p = reinterpret_cast<const unsigned char*>(s.data());

@@ -8,6 +8,9 @@
 
 namespace harvest {
 
+// The length of the valid UTF-8 sequence at p (at most left bytes), or 0.
+std::size_t utf8SequenceLength(const unsigned char* p, std::size_t left);
+
 // Valid UTF-8 without the control characters that decoding would replace
 // (tab, line feed, form feed and carriage return are fine): such a text or
 // page is read as it is, without a converted copy. ascii tells whether every byte is

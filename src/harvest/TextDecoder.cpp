@@ -17,6 +17,7 @@
 #include <optional>
 #include <type_traits>
 
+#include "ByteScan.h"
 #include "Decoders.h"
 
 namespace harvest {
@@ -32,38 +33,6 @@ bool isBadControl(unsigned c) {
         return c != '\t' && c != '\n' && c != '\r' && c != '\f';
     }
     return c == 0x7f || (c >= 0x80 && c <= 0x9f);
-}
-
-// The length of the valid UTF-8 sequence at p (at most left bytes), or 0.
-std::size_t sequenceLength(Bytes p, std::size_t left) {
-    const unsigned c = p[0];
-    if (c < 0x80) {
-        return 1;
-    }
-    std::size_t n = 0;
-    unsigned lo = 0x80, hi = 0xbf;  // the bounds of the second byte
-    if (c >= 0xc2 && c <= 0xdf) {
-        n = 2;
-    } else if (c >= 0xe0 && c <= 0xef) {
-        n = 3;
-        lo = c == 0xe0 ? 0xa0 : 0x80;
-        hi = c == 0xed ? 0x9f : 0xbf;
-    } else if (c >= 0xf0 && c <= 0xf4) {
-        n = 4;
-        lo = c == 0xf0 ? 0x90 : 0x80;
-        hi = c == 0xf4 ? 0x8f : 0xbf;
-    } else {
-        return 0;
-    }
-    if (left < n || p[1] < lo || p[1] > hi) {
-        return 0;
-    }
-    for (std::size_t i = 2; i < n; ++i) {
-        if ((p[i] & 0xc0) != 0x80) {
-            return 0;
-        }
-    }
-    return n;
 }
 
 void appendCodePoint(std::string& out, char32_t cp) {
@@ -164,7 +133,7 @@ std::string cleanCounting(std::string_view in, Utf8Stats& stats, bool binary) {
                 ++i;
                 continue;
             }
-            const std::size_t n = sequenceLength(p + i, size - i);
+            const std::size_t n = utf8SequenceLength(p + i, size - i);
             if (n == 0) {
                 ++stats.invalid;
                 replace(i, i + 1, ' ');

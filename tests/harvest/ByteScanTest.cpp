@@ -8,52 +8,15 @@
 #include <string>
 
 #include "ByteScan.h"
+#include "ReferenceScans.h"
 
 namespace harvest {
 namespace {
 
-// The byte-at-a-time check the decoder used before.
+// Clean is what the byte-at-a-time decoding leaves unchanged.
 bool referenceCleanUtf8(std::string_view s, bool& ascii) {
-    const auto* p = reinterpret_cast<const unsigned char*>(s.data());
-    ascii = true;
-    for (std::size_t i = 0; i < s.size();) {
-        const unsigned c = p[i];
-        if (c < 0x80) {
-            const bool space = c == '\t' || c == '\n' || c == '\r' || c == '\f';
-            if ((c < 0x20 && !space) || c == 0x7F) {
-                return false;
-            }
-            ++i;
-            continue;
-        }
-        ascii = false;
-        std::size_t n = 0;
-        unsigned lo = 0x80, hi = 0xBF;
-        if (c >= 0xC2 && c <= 0xDF) {
-            n = 1;
-            lo = c == 0xC2 ? 0xA0 : 0x80;
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            n = 2;
-            lo = c == 0xE0 ? 0xA0 : 0x80;
-            hi = c == 0xED ? 0x9F : 0xBF;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            n = 3;
-            lo = c == 0xF0 ? 0x90 : 0x80;
-            hi = c == 0xF4 ? 0x8F : 0xBF;
-        } else {
-            return false;
-        }
-        if (i + n >= s.size() || p[i + 1] < lo || p[i + 1] > hi) {
-            return false;
-        }
-        for (std::size_t k = 2; k <= n; ++k) {
-            if ((p[i + k] & 0xC0) != 0x80) {
-                return false;
-            }
-        }
-        i += n + 1;
-    }
-    return true;
+    ascii = std::all_of(s.begin(), s.end(), [](char c) { return (c & 0x80) == 0; });
+    return reference::clean(s) == s;
 }
 
 // Mostly printable text, with now and then one of the things the scans stop at.
