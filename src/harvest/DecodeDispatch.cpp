@@ -60,7 +60,9 @@ void SourceHarvest::decodeAs(SourceKind kind, const Blob& blob) {
 }
 
 void SourceHarvest::text(TextPiece piece) {
-    lastLine_ = std::max(lastLine_, piece.firstLine + countNewlines(piece.text));
+    if (measureText) {
+        lastLine_ = std::max(lastLine_, piece.firstLine + countNewlines(piece.text));
+    }
     textEnd_ = std::max(textEnd_, piece.firstOffset + static_cast<std::int64_t>(piece.text.size()));
     if (!cancelled()) {
         finders_.find(piece, sightings_);

@@ -27,7 +27,9 @@ public:
     // files them away at once keeps the memory of a large source bounded.
     std::function<void()> afterPiece;
     // The last line and the end offset of the text handed on so far: what
-    // the next piece of a cut page numbers on from.
+    // the next piece of a cut page numbers on from. Lines are counted only
+    // with measureText set, as that costs a pass over the text.
+    bool measureText = false;
     std::int64_t lastLine() const { return lastLine_; }
     std::int64_t textEnd() const { return textEnd_; }
 

@@ -238,6 +238,7 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
             result.problems.push_back({item.file.path, *error});
             return result;
         }
+        harvest.measureText = true;
         harvest.decodeAs(SourceKind::Html, Blob{bytes, origin, 0});
         result.newlines = harvest.lastLine();
         result.decodedBytes = harvest.textEnd() + 1;
