@@ -1,5 +1,5 @@
-// SSE2 is part of every x86-64 processor; elsewhere the same scans run a
-// byte at a time.
+// SSE2 is part of every x86-64 processor; where the processor has AVX2, the
+// hottest scans take 32 bytes at a time. Elsewhere they run a byte at a time.
 #include "ByteScan.h"
 
 #include <algorithm>
@@ -7,6 +7,9 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#endif
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 
 namespace harvest {
@@ -58,7 +61,65 @@ unsigned suspectMask(const unsigned char* p) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(space, odd)));
 }
 #endif
+
+#if defined(__x86_64__)
+// suspectMask for 32 bytes.
+__attribute__((target("avx2"))) inline unsigned suspectMask32(const unsigned char* p) {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    const __m256i odd =
+        _mm256_cmpgt_epi8(_mm256_set1_epi8(0x21), _mm256_add_epi8(v, _mm256_set1_epi8(1)));
+    const __m256i space = _mm256_or_si256(
+        _mm256_cmpeq_epi8(_mm256_and_si256(v, _mm256_set1_epi8(static_cast<char>(0xFB))),
+                          _mm256_set1_epi8('\t')),
+        _mm256_or_si256(_mm256_cmpeq_epi8(v, _mm256_set1_epi8('\n')),
+                        _mm256_cmpeq_epi8(v, _mm256_set1_epi8('\f'))));
+    return static_cast<unsigned>(_mm256_movemask_epi8(_mm256_andnot_si256(space, odd)));
+}
+
+// The 64-byte loop of isCleanUtf8 with AVX2: moves i to the first suspect
+// byte of the first block that has one, or to the last whole block's end.
+__attribute__((target("avx2"))) std::uint64_t skipCleanAvx2(const unsigned char* p,
+                                                            std::size_t size, std::size_t& i) {
+    while (i + 64 <= size) {
+        const std::uint64_t mask = suspectMask32(p + i) | std::uint64_t{suspectMask32(p + i + 32)}
+                                                              << 32;
+        if (mask != 0) {
+            return mask;
+        }
+        i += 64;
+    }
+    return 0;
+}
+
+__attribute__((target("avx2"))) std::int64_t countNewlinesAvx2(const unsigned char* p,
+                                                               std::size_t size, std::size_t& i) {
+    std::int64_t count = 0;
+    const __m256i newline = _mm256_set1_epi8('\n');
+    while (i + 32 <= size) {
+        const std::size_t blocks = std::min<std::size_t>((size - i) / 32, 255);
+        __m256i sums = _mm256_setzero_si256();
+        for (std::size_t b = 0; b < blocks; ++b, i += 32) {
+            const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
+            sums = _mm256_sub_epi8(sums, _mm256_cmpeq_epi8(v, newline));
+        }
+        const __m256i total = _mm256_sad_epu8(sums, _mm256_setzero_si256());
+        count += _mm256_extract_epi64(total, 0) + _mm256_extract_epi64(total, 1) +
+                 _mm256_extract_epi64(total, 2) + _mm256_extract_epi64(total, 3);
+    }
+    return count;
+}
+
+const bool kAvx2 = __builtin_cpu_supports("avx2");
+#endif
 }  // namespace
+
+bool hasAvx2() {
+#if defined(__x86_64__)
+    return kAvx2;
+#else
+    return false;
+#endif
+}
 
 std::size_t utf8SequenceLength(const unsigned char* p, std::size_t left) {
     const unsigned c = p[0];
@@ -98,10 +159,21 @@ bool isCleanUtf8(std::string_view s, bool& ascii) {
     std::size_t i = 0;
 #if defined(__SSE2__)
     while (i + 64 <= size) {
+#if defined(__x86_64__)
+        const std::uint64_t mask = kAvx2 ? skipCleanAvx2(p, size, i)
+                                         : suspectMask(p + i) |
+                                               std::uint64_t{suspectMask(p + i + 16)} << 16 |
+                                               std::uint64_t{suspectMask(p + i + 32)} << 32 |
+                                               std::uint64_t{suspectMask(p + i + 48)} << 48;
+        if (i + 64 > size) {
+            break;
+        }
+#else
         const std::uint64_t mask = suspectMask(p + i) |
                                    std::uint64_t{suspectMask(p + i + 16)} << 16 |
                                    std::uint64_t{suspectMask(p + i + 32)} << 32 |
                                    std::uint64_t{suspectMask(p + i + 48)} << 48;
+#endif
         if (mask == 0) {
             i += 64;
             continue;
@@ -153,6 +225,11 @@ std::int64_t countNewlines(std::string_view s) {
     const std::size_t size = s.size();
     std::int64_t count = 0;
     std::size_t i = 0;
+#if defined(__x86_64__)
+    if (kAvx2) {
+        count = countNewlinesAvx2(p, size, i);
+    }
+#endif
 #if defined(__SSE2__)
     const __m128i newline = _mm_set1_epi8('\n');
     while (i + 16 <= size) {

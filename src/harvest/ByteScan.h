@@ -1,5 +1,6 @@
 #pragma once
-// Scans over whole texts and pages, sixteen bytes at a time (SSE2): whether
+// Scans over whole texts and pages, 16 bytes at a time (SSE2) or 32 (AVX2,
+// where the processor has it): whether
 // the bytes are clean UTF-8, where the next piece of markup or character
 // reference starts, how many lines a text has.
 #include <cstddef>
@@ -20,6 +21,8 @@ bool isCleanUtf8(std::string_view s, bool& ascii);
 // The first '<' or '&' in s at or after from; s.size() for none.
 std::size_t findMarkup(std::string_view s, std::size_t from);
 
+// Whether the scans may use AVX2 on this processor.
+bool hasAvx2();
 // The number of line feeds in text.
 std::int64_t countNewlines(std::string_view text);
 

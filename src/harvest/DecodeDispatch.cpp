@@ -60,6 +60,10 @@ void SourceHarvest::decodeAs(SourceKind kind, const Blob& blob) {
 }
 
 void SourceHarvest::text(TextPiece piece) {
+    find(piece);
+}
+
+void SourceHarvest::find(const TextPiece& piece) {
     if (measureText) {
         lastLine_ = std::max(lastLine_, piece.firstLine + countNewlines(piece.text));
     }

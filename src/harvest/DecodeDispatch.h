@@ -33,6 +33,9 @@ public:
     std::int64_t lastLine() const { return lastLine_; }
     std::int64_t textEnd() const { return textEnd_; }
 
+    // Runs the finders over a piece and leaves it to the caller.
+    void find(const TextPiece& piece);
+
     void text(TextPiece piece) override;
     void nested(std::string_view bytes, Origin origin, int depth) override;
     void problem(std::string source, std::string reason) override;

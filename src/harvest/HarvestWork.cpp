@@ -82,11 +82,12 @@ bool isMessageReason(const std::string& reason) {
 
 std::optional<std::string> readRange(const std::string& path, std::int64_t begin, std::int64_t end,
                                      std::string& bytes) {
-    bytes.clear();
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
+        bytes.clear();
         return std::string("cannot read: ") + std::strerror(errno);
     }
+    // Resized, not cleared first: only bytes beyond the old size are zeroed.
     bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, end - begin)));
     std::size_t got = 0;
     while (got < bytes.size()) {
@@ -98,6 +99,7 @@ std::optional<std::string> readRange(const std::string& path, std::int64_t begin
         if (n < 0) {
             int error = errno;
             ::close(fd);
+            bytes.clear();
             return std::string("cannot read: ") + std::strerror(error);
         }
         if (n == 0) {
@@ -162,8 +164,8 @@ void planWork(const SourceFile& file, const CutOptions& cut,
 
 namespace {
 
-WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                 const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
+WorkResult doOne(const WorkItem& item, const CutOptions& cut, Worker& worker, const Limits& limits,
+                 const std::atomic<bool>& cancel, bool keepSightings) {
     WorkResult result;
     std::vector<Sighting> sightings;
     // Hands the sightings on encoded, keeping those that start where keep() says.
@@ -186,9 +188,9 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
     SourceInfo& source = result.sources.emplace_back();
     source.path = item.file.path;
     source.bytes = item.file.bytes;
-    SourceHarvest harvest(finders, limits, cancel, sightings, result.problems);
+    SourceHarvest harvest(worker.finders, limits, cancel, sightings, result.problems);
     const Origin origin{item.file.path, {}, {}, {}, {}};
-    std::string bytes;
+    std::string& bytes = worker.buffer;
     if (!item.cut) {
         // The sightings of a whole file are filed as each piece of its text
         // is done, not all at its end: a large page or document keeps no
@@ -279,7 +281,8 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
         TextPiece piece;
         piece.origin = origin;
         piece.text = std::move(bytes);
-        harvest.text(std::move(piece));
+        harvest.find(piece);
+        bytes = std::move(piece.text);
     } else {
         harvest.decodeAs(SourceKind::Text, Blob{bytes, origin, 0});
     }
@@ -296,10 +299,10 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Finders& finders,
 
 }  // namespace
 
-WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings) {
+WorkResult doWork(const WorkItem& item, const CutOptions& cut, Worker& worker, const Limits& limits,
+                  const std::atomic<bool>& cancel, bool keepSightings) {
     if (item.group.empty()) {
-        return doOne(item, cut, finders, limits, cancel, keepSightings);
+        return doOne(item, cut, worker, limits, cancel, keepSightings);
     }
     WorkResult all;
     for (const SourceFile& file : item.group) {
@@ -310,7 +313,7 @@ WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
         WorkItem one;
         one.file = file;
         one.end = file.bytes;
-        WorkResult r = doOne(one, cut, finders, limits, cancel, keepSightings);
+        WorkResult r = doOne(one, cut, worker, limits, cancel, keepSightings);
         all.sources.push_back(std::move(r.sources.front()));
         all.sightings += r.sightings;
         all.sightingCount += r.sightingCount;

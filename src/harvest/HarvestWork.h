@@ -75,16 +75,26 @@ constexpr std::int64_t kGroupBytes = 1 << 20;
 void planWork(const SourceFile& file, const CutOptions& cut,
               const std::function<bool(WorkItem)>& item);
 
+// What a worker keeps from one piece of work to the next: its finders, and
+// the memory a piece is read into, so that each piece is read into memory
+// already in use rather than into fresh pages the system must clear first.
+struct Worker {
+    explicit Worker(FinderOptions options = {}) : finders(std::move(options)) {}
+    Finders finders;
+    std::string buffer;
+};
+
 // With keepSightings unset, the sightings add up to contacts and are counted,
 // but not kept.
-WorkResult doWork(const WorkItem& item, const CutOptions& cut, Finders& finders,
-                  const Limits& limits, const std::atomic<bool>& cancel, bool keepSightings = true);
+WorkResult doWork(const WorkItem& item, const CutOptions& cut, Worker& worker, const Limits& limits,
+                  const std::atomic<bool>& cancel, bool keepSightings = true);
 
 // Renumbers "message N: ..." in a problem of an mbox piece by the messages
 // of the pieces before it.
 bool renumberMessageProblem(Problem& problem, int messagesBefore);
 
-// Reads bytes [begin, end) of a file. Returns an error text.
+// Reads bytes [begin, end) of a file into bytes, reusing its memory. Returns
+// an error text.
 std::optional<std::string> readRange(const std::string& path, std::int64_t begin, std::int64_t end,
                                      std::string& bytes);
 

@@ -264,12 +264,12 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
     std::vector<std::thread> pool;
     for (int i = 0; i < workers; ++i) {
         pool.emplace_back([&] {
-            Finders finders(finderOptions);
+            Worker worker(finderOptions);
             std::uint64_t seq = 0;
             WorkItem item;
             while (queue.take(seq, item)) {
                 WorkResult result =
-                    doWork(item, options_.cut, finders, options_.limits, cancel, keepSightings);
+                    doWork(item, options_.cut, worker, options_.limits, cancel, keepSightings);
                 // Work that saw the stop may have ended early: it is merged,
                 // as far as it got, and nothing after it.
                 result.cut = result.cut || cancel.load(std::memory_order_relaxed);
