@@ -77,8 +77,10 @@ public:
         size_ = n;
     }
     void erase(T* first, T* last) {
-        std::memmove(static_cast<void*>(first), last,
-                     static_cast<size_t>(end() - last) * sizeof(T));
+        if (last < end()) {
+            std::memmove(static_cast<void*>(first), last,
+                         static_cast<size_t>(end() - last) * sizeof(T));
+        }
         size_ -= static_cast<size_t>(last - first);
     }
     void clear() { size_ = 0; }
