@@ -1,40 +1,18 @@
 // The command line as a process: options, exit status, output and messages.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QThread>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
+#include "ProcessRun.h"
 #include "TempDir.h"
 
 namespace {
 
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
+using Result = ProcessResult;
 
 Result Gleanmark(const std::vector<std::string>& args, const std::string& cwd = {}) {
-    QProcess p;
-    QStringList list{"run"};
-    for (const auto& a : args) {
-        list << QString::fromStdString(a);
-    }
-    if (!cwd.empty()) {
-        p.setWorkingDirectory(QString::fromStdString(cwd));
-    }
-    p.start(GLEANMARK_BIN, list);
-    p.waitForFinished(120000);
-    return {p.exitCode(), p.readAllStandardOutput().toStdString(),
-            p.readAllStandardError().toStdString()};
+    return RunProcess(GLEANMARK_BIN, {"run"}, args, {}, cwd);
 }
 
 struct UsageCase {
@@ -106,19 +84,6 @@ TEST(CommandLine, OutputFileMessagesAndSkippedFiles) {
     EXPECT_EQ(written.rfind("ann@x.org\t\t" + good + "\t", 0), 0u) << written;
 }
 
-TEST(CommandLine, RefusedRunExitsWithStatusOne) {
-    TempDir dir;
-    const std::string a = dir.write("a.txt", "x");
-    Result r = Gleanmark({"--files", a});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "There is no process setting, so the files can not be process.\n");
-    r = Gleanmark({"--keywords", dir.write("empty.txt", ""), a});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(
-        r.err,
-        "While you want to have the files processed by KeyWord, there should have KeyWord.\n");
-}
-
 // A run that its checks refuse, or whose result file cannot be written,
 // leaves an existing result file as it was.
 struct OutputCase {
@@ -181,57 +146,24 @@ INSTANTIATE_TEST_SUITE_P(
                    "the result file '/nonexistent-gleanmark/out.txt' can not be written"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(CommandLine, EmptyStripFolderStripsNothing) {
-    TempDir dir;
-    const std::string page = dir.write("index.htm", "<p>Hello</p>");
-    Result r = Gleanmark({"--strip", "", page}, dir.path());
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err,
-              "When Stripping HTML Tags processing is finished, please select a directory to save "
-              "the results.\n");
-    EXPECT_FALSE(std::filesystem::exists(dir.file("indexhtm.txt")));
-}
-
-TEST(CommandLine, APipeInTheListIsReportedAndTheOthersProcessed) {
-    TempDir dir;
-    const std::string pipe = dir.file("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const std::string good = dir.write("good.txt", "mail ann@x.org\n");
-    Result r = Gleanmark({"--email", "--file-name", "--process-time", pipe, good});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.err.rfind("The file '" + pipe + "' has problem: 75,Path/File access error", 0), 0u)
-        << r.err;
-    EXPECT_EQ(r.out.rfind("ann@x.org\t", 0), 0u) << r.out;
-}
-
-TEST(CommandLine, FolderRunWithSubFolders) {
+// A folder run with sub-folders works inside the folder it processes; paths
+// given relative still mean the folder the command was started in.
+TEST(CommandLine, FolderRunWithSubFoldersAndRelativePaths) {
     TempDir dir;
     dir.write("top/a.txt", "mail a@x.org\n");
     dir.write("top/sub/b.TXT", "mail b@x.org\n");
     dir.write("top/sub/c.html", "mail c@x.org\n");
-    Result r = Gleanmark({"--email", "--file-name", "--process-time", "--directory", "--subdirs",
-                          "--ext", "txt", dir.file("top")});
-    EXPECT_EQ(r.status, 0) << r.err;
-    const std::string a = "a@x.org\t\t" + dir.file("top/a.txt") + "\t";
-    const std::string b = "b@x.org\t\t" + dir.file("top/sub/b.TXT") + "\t";
-    ASSERT_EQ(r.out.rfind(a, 0), 0u) << r.out;
-    EXPECT_NE(r.out.find("\r\n" + b), std::string::npos) << r.out;
-    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 2);
-    EXPECT_EQ(r.err, "");
-}
-
-// A folder run works inside the folder it processes; paths given relative
-// still mean the folder the command was started in.
-TEST(CommandLine, RelativePathsMeanTheStartingFolder) {
-    TempDir dir;
-    dir.write("pages/a.txt", "mail a@x.org\n");
     dir.write("out/.keep", "");
-    Result r = Gleanmark({"--email", "--file-name", "--process-time", "--directory", "--ext", "txt",
-                          "pages", "-o", "out/r.txt"},
+    Result r = Gleanmark({"--email", "--file-name", "--process-time", "--directory", "--subdirs",
+                          "--ext", "txt", "top", "-o", "out/r.txt"},
                          dir.path());
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(ReadBytes(dir.file("out/r.txt")).rfind("a@x.org\t\t", 0), 0u);
-    EXPECT_FALSE(std::filesystem::exists(dir.file("pages/out")));
+    const std::string out = ReadBytes(dir.file("out/r.txt"));
+    EXPECT_EQ(out.rfind("a@x.org\t\t", 0), 0u) << out;
+    EXPECT_NE(out.find("\r\nb@x.org\t\t"), std::string::npos) << out;
+    EXPECT_NE(out.find("b.TXT\t"), std::string::npos) << out;
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 2);
+    EXPECT_FALSE(std::filesystem::exists(dir.file("top/out")));
 }
 
 TEST(CommandLine, KeywordAndMailRuns) {
@@ -253,29 +185,24 @@ TEST(CommandLine, KeywordAndMailRuns) {
     EXPECT_EQ(r.err, "");
 }
 
-TEST(CommandLine, StripWritesOnlyTextFiles) {
+// Stripping writes text files into the folder given (made by the command);
+// an empty folder strips nothing.
+TEST(CommandLine, StripWritesTextFilesIntoTheFolderGiven) {
     TempDir dir;
     const std::string page = dir.write("index.htm", "<p>Hello <b>world</b></p>");
-    const std::string out = dir.file("out");  // made by the command
-    Result r = Gleanmark({"--strip", out, page});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err,
-              "When Stripping HTML Tags processing is finished, please select a directory to save "
-              "the results.\nStripping HTML Tags processing is finished!\n");
-    EXPECT_NE(ReadBytes(out + "/indexhtm.txt").find("Hello"), std::string::npos);
-}
-
-// True once the process catches Ctrl+C, which it does only while a run is
-// under way.
-bool CatchesInterrupt(qint64 pid) {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("SigCgt:", 0) == 0) {
-            return (std::stoull(line.substr(7), nullptr, 16) & (1ull << (SIGINT - 1))) != 0;
-        }
+    const std::string asked =
+        "When Stripping HTML Tags processing is finished, please select a directory to save the "
+        "results.\n";
+    for (const std::string& folder : {std::string(), dir.file("out")}) {
+        Result r = Gleanmark({"--strip", folder, page}, dir.path());
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, "");
+        EXPECT_EQ(r.err,
+                  asked + (folder.empty() ? "" : "Stripping HTML Tags processing is finished!\n"));
+        const std::string written =
+            ReadBytes((folder.empty() ? dir.path() : folder) + "/indexhtm.txt");
+        EXPECT_EQ(written.find("Hello") != std::string::npos, !folder.empty());
     }
-    return false;
 }
 
 TEST(CommandLine, InterruptCancelsAndStillWritesWhatWasFound) {
@@ -290,12 +217,8 @@ TEST(CommandLine, InterruptCancelsAndStillWritesWhatWasFound) {
     p.start(GLEANMARK_BIN, {"run", "--email", "--file-name", "--process-time",
                             QString::fromStdString(first), QString::fromStdString(f)});
     ASSERT_TRUE(p.waitForStarted());
-    QElapsedTimer waited;
-    waited.start();
-    while (!CatchesInterrupt(p.processId()) && waited.elapsed() < 20000) {
-        QThread::msleep(2);
-    }
-    ASSERT_TRUE(CatchesInterrupt(p.processId())) << "the run should be under way";
+    // The program catches Ctrl+C only while a run is under way.
+    ASSERT_TRUE(WaitUntilCatching(p.processId(), SIGINT)) << "the run should be under way";
     QThread::msleep(300);  // the small file is done, the big one takes seconds
     ::kill(static_cast<pid_t>(p.processId()), SIGINT);
     ASSERT_TRUE(p.waitForFinished(60000));

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <random>
 
+#include "ProcessRun.h"
 #include "TempDir.h"
 
 namespace {
@@ -86,18 +87,16 @@ TEST(EngineLimits, OverflowingPositionIsReportedPerFileAndTheRunGoesOn) {
     const std::string keyFile = dir.write("keys.txt", " Name: \t1\r\n Phone: \t40000\r\n");
     const std::string ann = dir.write("ann.txt", "Card Name: Ann Phone: 555 \n");
     const std::string bob = dir.write("bob.txt", "Card Name: Bob Phone: 666 \n");
-    QProcess p;
-    ASSERT_TRUE(Start(p, {"--keywords", keyFile, ann, bob}));
-    ASSERT_TRUE(p.waitForFinished(60000));
-    EXPECT_EQ(p.exitCode(), 0);
+    const ProcessResult r = RunProcess(GLEANMARK_BIN, {"run"}, {"--keywords", keyFile, ann, bob});
+    EXPECT_EQ(r.status, 0);
     // Each file keeps what it found before the overflow.
-    EXPECT_EQ(p.readAllStandardOutput().toStdString(), "Ann\t\r\nBob\t\r\n");
+    EXPECT_EQ(r.out, "Ann\t\r\nBob\t\r\n");
     std::string expected;
     for (const std::string& file : {ann, bob}) {
         expected +=
             "The file '" + file + "' has problem: 6,Overflow\r\n So, it can not be processed!\n";
     }
-    EXPECT_EQ(p.readAllStandardError().toStdString(), expected);
+    EXPECT_EQ(r.err, expected);
 }
 
 // A closing script mark right in front of an opening one would be removed for
@@ -108,18 +107,15 @@ TEST(EngineLimits, EndlessRemovalCountsAsCancelAndNamesTheFile) {
     const std::string first = dir.write("first.txt", "see http://a.test/x \n");
     const std::string loop = dir.write("loop.html", "<p>a SCRIPT><SCRIPT b http://b.test/y </p>");
     const std::string last = dir.write("last.txt", "see http://c.test/z \n");
-    QProcess p;
-    ASSERT_TRUE(Start(p, {"--website", "--file-name", "--process-time", first, loop, last}));
-    ASSERT_TRUE(p.waitForFinished(30000));
-    EXPECT_EQ(p.exitCode(), 0);
+    const ProcessResult r = RunProcess(
+        GLEANMARK_BIN, {"run"}, {"--website", "--file-name", "--process-time", first, loop, last});
+    EXPECT_EQ(r.status, 0);
     // The first file's row (site, file name, time) and nothing from the others.
-    const std::string out = p.readAllStandardOutput().toStdString();
-    EXPECT_EQ(out.rfind("http://a.test/x\t" + first + "\t", 0), 0u) << out;
-    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
-    EXPECT_EQ(p.readAllStandardError().toStdString(),
-              "gleanmark: the file '" + loop +
-                  "' would be processed for ever; the run is cancelled there.\n"
-                  "The processing is finished, do you want to save the results?\n");
+    EXPECT_EQ(r.out.rfind("http://a.test/x\t" + first + "\t", 0), 0u) << r.out;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
+    EXPECT_EQ(r.err, "gleanmark: the file '" + loop +
+                         "' would be processed for ever; the run is cancelled there.\n"
+                         "The processing is finished, do you want to save the results?\n");
 }
 
 }  // namespace

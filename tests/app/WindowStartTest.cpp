@@ -6,28 +6,14 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 
+#include "ProcessRun.h"
 #include "TempDir.h"
 
 namespace {
 
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Result Start(const QString& program, const QStringList& args) {
-    QProcess p;
-    p.start(program, args);
-    p.waitForFinished(120000);
-    return {p.exitCode(), p.readAllStandardOutput().toStdString(),
-            p.readAllStandardError().toStdString()};
-}
-
 TEST(CommandLineProgram, LoadsNoWindowLibraries) {
-    const Result r = Start("ldd", {GLEANMARK_BIN});
+    const ProcessResult r = RunProcess("ldd", {GLEANMARK_BIN});
     ASSERT_EQ(r.status, 0) << r.err;
     ASSERT_NE(r.out.find("libQt6Core"), std::string::npos) << r.out;
     for (const char* library : {"libQt6Widgets", "libQt6Gui", "libQt6WebEngineCore"}) {
@@ -74,7 +60,7 @@ TEST_P(WindowStart, OpensTheFirstWindowProgramThatStarts) {
     placeWindow(beside, c.beside);
     placeWindow(installed, c.installed);
 
-    const Result r = Start(program, {});
+    const ProcessResult r = RunProcess(program, {});
     if (c.started) {
         const QString expected = std::string(c.started) == "beside" ? beside : installed;
         EXPECT_EQ(r.status, 0) << r.err;

@@ -50,8 +50,6 @@ TEST_F(Window, EveryControlHasAWidgetOfItsName) {
         EXPECT_TRUE(window->findChild<QObject*>(info.name)) << info.name;
     }
     EXPECT_TRUE(window->findChild<QObject*>("Toolbar1"));
-    EXPECT_EQ(widget<QPushButton>("CmdAdd")->toolTip(),
-              "Add the files you have selected to be processed");
     EXPECT_EQ(widget<QLabel>("Label3")->text(), "Total: 2");
     EXPECT_FALSE(widget<QPushButton>("cmdCancel")->isEnabled());
 }

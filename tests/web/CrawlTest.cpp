@@ -113,17 +113,6 @@ TEST_F(CrawlRig, FilterLinesAreCaseSensitivePartsAndAMissingFileFiltersNothing) 
     EXPECT_FALSE(form.crawler.IsFilter(""));
 }
 
-TEST_F(CrawlRig, StoredPagesAreTheFetchedBytesWithALineEnd) {
-    fetcher.pages["A.htm"] = std::string("<a href=\"B.htm\">\0\xff", 18);
-    documents.links["A.htm"] = {"B.htm", "http://unknown.invalid/x.htm"};
-    crawl("A.htm", 1);
-    EXPECT_EQ(ReadBytes(page(0)), fetcher.pages["A.htm"] + "\r\n");
-    EXPECT_EQ(ReadBytes(page(1)), "\r\n");  // "False" fails and is stored empty
-    EXPECT_EQ(form.store.pageCounter, 2);
-    crawl("http://unknown.invalid/x.htm", 1);
-    EXPECT_EQ(ReadBytes(page(2)), "\r\n");  // a failed fetch is stored all the same
-}
-
 TEST_F(CrawlRig, ErrorWhileCollectingLinksEndsThatVisitOnly) {
     site(
         {{"A.htm", {"B.htm", "C.htm"}}, {"C.htm", {"D.htm"}}, {"B.htm", {"E.htm"}}, {"D.htm", {}}});

@@ -1,6 +1,6 @@
 // Crawls of a small site served on 127.0.0.1 with the real fetch and
 // document model: requests, stored files, List2's order, each depth, the
-// filter, Terminate, and the batch run that an Online crawl starts.
+// filter, and the batch run that an Online crawl starts.
 #include <QDir>
 
 #include "FormFixture.h"
@@ -74,16 +74,7 @@ protected:
     LoopbackServer server;
 };
 
-TEST_F(SiteCrawl, DepthOneFetchesTheStartPageTwiceAndStoresFalseEmpty) {
-    crawl(1);
-    // The page itself and its document: two requests a visit.
-    EXPECT_EQ(server.log, (std::vector<std::string>{"/index.htm", "/index.htm"}));
-    EXPECT_EQ(mainSide.list2, (std::vector<std::string>{dir.path() + "/pages/0.html",
-                                                        dir.path() + "/pages/1.html"}));
-    EXPECT_EQ(stored(), (std::vector<std::string>{server.body("/index.htm") + "\r\n", "\r\n"}));
-    EXPECT_EQ(mainSide.processCalls, 1);
-}
-
+// Two requests a visit (the page and its document); "False" is stored empty.
 TEST_F(SiteCrawl, DepthTwoWithTheFilterFollowsResolvedLinksLastFirst) {
     crawl(2, true);
     EXPECT_EQ(server.log,
@@ -125,18 +116,6 @@ TEST_F(SiteCrawl, DepthThreeVisitsEveryKindOfPageOnce) {
     EXPECT_EQ(bytes[12], "new\r\n");                            // redirect followed
     EXPECT_EQ(form.crawler.searchedCount, 14);
     EXPECT_EQ(mainSide.processCalls, 1);
-}
-
-TEST_F(SiteCrawl, TerminateEndsTheCrawlAfterThePageInHand) {
-    mainSide.onAdd = [&] {
-        if (mainSide.list2.size() == 4) {
-            form.click("Terminate");
-        }
-    };
-    crawl(3);
-    EXPECT_EQ(server.log, (std::vector<std::string>{"/index.htm", "/index.htm", "/ads/banner.htm",
-                                                    "/ads/banner.htm", "/Page.HTM", "/Page.HTM"}));
-    EXPECT_EQ(mainSide.processCalls, 0);
 }
 
 // The main window's form and the web window's form together, as the program

@@ -12,28 +12,11 @@
 
 #include "FilterDialog.h"
 #include "SettingDialog.h"
-#include "SettingsStore.h"
 #include "TempDir.h"
 #include "UiSteps.h"
+#include "WebFakes.h"
 
 namespace {
-
-// Settings in memory, with the keys in the order they were written.
-class MemorySettings : public SettingsStore {
-public:
-    std::optional<std::string> value(const std::string&, const std::string&,
-                                     const std::string& key) const override {
-        const auto it = values.find(key);
-        return it == values.end() ? std::nullopt : std::optional<std::string>(it->second);
-    }
-    void setValue(const std::string&, const std::string&, const std::string& key,
-                  const std::string& value) override {
-        values[key] = value;
-        written.push_back(key);
-    }
-    std::map<std::string, std::string> values;
-    std::vector<std::string> written;
-};
 
 class Dialogs : public ::testing::Test {
 protected:
@@ -77,7 +60,7 @@ TEST_F(Dialogs, SettingsShowFirstTimeValuesAndOnlyOkWrites) {
             EXPECT_EQ(Child<QLineEdit>(d, "txtDepth")->text(), "2");
             way(d);
         });
-        EXPECT_TRUE(store.written.empty());
+        EXPECT_TRUE(store.writes.empty());
     }
 
     withSettings([&](QWidget* d) {
@@ -92,12 +75,14 @@ TEST_F(Dialogs, SettingsShowFirstTimeValuesAndOnlyOkWrites) {
         Tick(Child<QCheckBox>(d, "chkFilter"));
         QTest::mouseClick(Child<QPushButton>(d, "Command5"), Qt::LeftButton);
     });
-    const std::vector<std::string> order = {"SaveDir", "FilterDir",    "ShortcutDir", "Depth",
-                                            "Online",  "EnableFilter", "Once",        "TmpPath"};
-    EXPECT_EQ(store.written, order);
-    EXPECT_EQ(store.values["Depth"], "2");
-    EXPECT_EQ(store.values["Online"], "False");
-    EXPECT_EQ(store.values["EnableFilter"], "True");
+    std::vector<std::string> written;  // the keys in order, with the values set here
+    for (const std::string& w : store.writes) {
+        const std::string key = w.substr(0, w.find('='));
+        written.push_back(key == "Depth" || key == "Online" || key == "EnableFilter" ? w : key);
+    }
+    EXPECT_EQ(written,
+              (std::vector<std::string>{"SaveDir", "FilterDir", "ShortcutDir", "Depth=2",
+                                        "Online=False", "EnableFilter=True", "Once", "TmpPath"}));
 
     withSettings([&](QWidget* d) {
         EXPECT_EQ(Child<QLineEdit>(d, "txtDepth")->text(), "2");
@@ -133,7 +118,7 @@ TEST_F(Dialogs, BrowseButtonsOpenTheFolderBrowserWithItsTitle) {
 }
 
 TEST_F(Dialogs, FilterShowsTheFileAndSaveWritesTheBox) {
-    store.values["FilterDir"] = dir.path();  // the filter file is FilterDir + "//filter"
+    store.preset("FilterDir", dir.path());  // the filter file is FilterDir + "//filter"
     dir.write("filter", "ads\r\nbanner\r\n");
     WhenModal("frmFilter", [](QWidget* d) {
         EXPECT_EQ(d->windowTitle(), "Edit Filter");
