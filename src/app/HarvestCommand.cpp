@@ -42,7 +42,7 @@ std::string UsageText() {
            "\n"
            "Fields of a contact: address, name, kind, domain, reserved, sightings,\n"
            "first_source. Fields of a sighting: address, name, source, page, message,\n"
-           "message_id, line, offset, field, context.\n"
+           "message_id, line, offset, field, context, referrer, depth.\n"
            "\n"
            "Progress, problems and a summary go to standard error. Exit status: 0 done\n"
            "(problems of single sources are reported and the run goes on), 2 usage error,\n"

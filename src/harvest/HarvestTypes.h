@@ -16,6 +16,10 @@ struct Origin {
     std::optional<int> message;  // message number in an mbox, from 1
     std::string messageId;       // the message's Message-ID, without angle brackets
     std::string field;           // the mail header field ("From", "To", ...); empty for body text
+    // Of a fetched page: the page that linked to it (empty for a start page)
+    // and its distance in links from a start page.
+    std::string referrer;
+    std::optional<int> depth;
 };
 
 // A name that a decoder knows belongs to an address: a mail header's display

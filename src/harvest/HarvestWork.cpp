@@ -185,11 +185,24 @@ WorkResult doOne(const WorkItem& item, const CutOptions& cut, Worker& worker, co
         result.problems.push_back(*item.walkProblem);
         return result;
     }
+    if (item.document) {
+        const FetchedDocument& document = *item.document;
+        SourceInfo& source = result.sources.emplace_back();
+        source.path = document.origin.source;
+        source.bytes = static_cast<std::int64_t>(document.bytes.size());
+        source.kind = kindName(recognise(document.bytes), document.bytes);
+        SourceHarvest harvest(worker.finders, limits, cancel, sightings, result.problems);
+        harvest.afterPiece = [&] { encode({}); };
+        harvest.decode(Blob{document.bytes, document.origin, 0});
+        encode({});
+        return result;
+    }
     SourceInfo& source = result.sources.emplace_back();
     source.path = item.file.path;
     source.bytes = item.file.bytes;
     SourceHarvest harvest(worker.finders, limits, cancel, sightings, result.problems);
-    const Origin origin{item.file.path, {}, {}, {}, {}};
+    Origin origin;
+    origin.source = item.file.path;
     std::string& bytes = worker.buffer;
     if (!item.cut) {
         // The sightings of a whole file are filed as each piece of its text

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,8 +27,17 @@ struct CutOptions {
     std::int64_t maxWholeFile = 512LL << 20;  // any other file read whole: at most this
 };
 
+// A document that comes from elsewhere than a path, such as a fetched page:
+// its bytes and where it came from, or only a problem with it.
+struct FetchedDocument {
+    Origin origin;
+    std::string bytes;
+    std::optional<Problem> problem;
+};
+
 struct WorkItem {
     SourceFile file;
+    std::shared_ptr<const FetchedDocument> document;  // instead of file
     // A run of small files done as one item, in order (file is then unused):
     // a folder of many small files costs one hand-over per run, not per file.
     std::vector<SourceFile> group;

@@ -223,7 +223,8 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
         }
     };
     auto push = [&](WorkItem item) {
-        if (!item.cut && !item.walkProblem && item.file.bytes <= kGroupFileBytes) {
+        if (!item.cut && !item.walkProblem && !item.document &&
+            item.file.bytes <= kGroupFileBytes) {
             group.end += item.file.bytes;
             group.group.push_back(std::move(item.file));
             if (group.group.size() >= kGroupFiles || group.end >= kGroupBytes) {
@@ -254,6 +255,21 @@ bool Harvester::run(const std::atomic<bool>& cancel, HarvestObserver* observer) 
                                  going = going && push(std::move(item));
                              }},
                     &cancel);
+        for (FetchedDocument document;
+             going && options_.documents && !cancel.load() && options_.documents(document);
+             document = FetchedDocument{}) {
+            WorkItem item;
+            if (document.problem) {
+                item.walkProblem = std::move(document.problem);
+            } else {
+                std::lock_guard lock(progressMutex);
+                ++progress.sourcesTotal;
+                progress.bytesTotal += static_cast<std::int64_t>(document.bytes.size());
+                item.end = static_cast<std::int64_t>(document.bytes.size());
+                item.document = std::make_shared<FetchedDocument>(std::move(document));
+            }
+            going = going && push(std::move(item));
+        }
         flushGroup();
         {
             std::lock_guard lock(progressMutex);

@@ -7,6 +7,7 @@
 // in spill files, so memory holds the contacts and a bounded amount of work.
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ namespace harvest {
 
 struct HarvestOptions {
     std::vector<std::string> paths;
+    // Documents from elsewhere than the paths (the pages of a site harvest),
+    // harvested after them in the order given. The feed waits for the next
+    // one and returns false when there are no more.
+    std::function<bool(FetchedDocument&)> documents;
     FinderOptions finders;
     Limits limits;
     CutOptions cut;

@@ -36,7 +36,8 @@ void sightingRow(const Sighting& s, std::vector<FieldValue>& row) {
     row.assign({text(s.address), textOrNull(s.name), text(s.origin.source),
                 numberOrNull(s.origin.page), numberOrNull(s.origin.message),
                 textOrNull(s.origin.messageId), number(s.line), number(s.offset),
-                textOrNull(s.origin.field), text(s.context)});
+                textOrNull(s.origin.field), text(s.context), textOrNull(s.origin.referrer),
+                numberOrNull(s.origin.depth)});
 }
 
 }  // namespace harvest

@@ -273,6 +273,8 @@ enum class Field {
     Offset,
     FieldName,
     Context,
+    Referrer,
+    Depth,
     Other
 };
 
@@ -281,7 +283,7 @@ Field fieldNamed(std::string_view key) {
         {"address", Field::Address}, {"name", Field::Name},       {"source", Field::Source},
         {"page", Field::Page},       {"message", Field::Message}, {"message_id", Field::MessageId},
         {"line", Field::Line},       {"offset", Field::Offset},   {"field", Field::FieldName},
-        {"context", Field::Context},
+        {"context", Field::Context}, {"referrer", Field::Referrer},  {"depth", Field::Depth},
     };
     for (const auto& [name, field] : kFields) {
         if (name == key) {
@@ -306,6 +308,8 @@ std::string* textField(Field field, Sighting& s) {
             return &s.origin.field;
         case Field::Context:
             return &s.context;
+        case Field::Referrer:
+            return &s.origin.referrer;
         default:
             return nullptr;
     }
@@ -369,13 +373,15 @@ bool ShardReader::parseLine(std::string_view line, Sighting& out, std::string& r
                     break;
                 case Field::Page:
                 case Field::Message:
+                case Field::Depth:
                     if (v.integer < std::numeric_limits<int>::min() ||
                         v.integer > std::numeric_limits<int>::max()) {
                         reason = "\"" + key + "\" is out of range";
                         return false;
                     }
-                    (field == Field::Page ? out.origin.page : out.origin.message) =
-                        static_cast<int>(v.integer);
+                    (field == Field::Page      ? out.origin.page
+                     : field == Field::Message ? out.origin.message
+                                               : out.origin.depth) = static_cast<int>(v.integer);
                     break;
                 case Field::Line:
                     out.line = v.integer;

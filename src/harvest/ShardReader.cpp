@@ -132,10 +132,16 @@ bool ShardReader::readSqlite(const std::string& path, ShardSink& sink) {
         return false;
     }
     sqlite3_stmt* rawStatement = nullptr;
+    // Shards written before sightings had a referrer and a depth lack them.
     const char* sql =
         "SELECT \"address\", \"name\", \"source\", \"page\", \"message\", \"message_id\", "
-        "\"line\", \"offset\", \"field\", \"context\" FROM sightings ORDER BY rowid";
-    if (sqlite3_prepare_v2(db.get(), sql, -1, &rawStatement, nullptr) != SQLITE_OK) {
+        "\"line\", \"offset\", \"field\", \"context\", \"referrer\", \"depth\" FROM sightings "
+        "ORDER BY rowid";
+    const char* older =
+        "SELECT \"address\", \"name\", \"source\", \"page\", \"message\", \"message_id\", "
+        "\"line\", \"offset\", \"field\", \"context\", NULL, NULL FROM sightings ORDER BY rowid";
+    if (sqlite3_prepare_v2(db.get(), sql, -1, &rawStatement, nullptr) != SQLITE_OK &&
+        sqlite3_prepare_v2(db.get(), older, -1, &rawStatement, nullptr) != SQLITE_OK) {
         sink.problem({path, std::string("not a harvest's database: ") + sqlite3_errmsg(db.get())});
         return false;
     }
@@ -145,19 +151,20 @@ bool ShardReader::readSqlite(const std::string& path, ShardSink& sink) {
     int rc = SQLITE_ROW;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
         ++number;
-        std::optional<std::int64_t> page, message, line, offset;
+        std::optional<std::int64_t> page, message, line, offset, depth;
         row_.origin = Origin{};
         const bool typed = textColumn(s, 0, row_.address) && textColumn(s, 1, row_.name) &&
                            textColumn(s, 2, row_.origin.source) && wholeColumn(s, 3, page) &&
                            wholeColumn(s, 4, message) && textColumn(s, 5, row_.origin.messageId) &&
                            wholeColumn(s, 6, line) && wholeColumn(s, 7, offset) &&
-                           textColumn(s, 8, row_.origin.field) && textColumn(s, 9, row_.context);
+                           textColumn(s, 8, row_.origin.field) && textColumn(s, 9, row_.context) &&
+                           textColumn(s, 10, row_.origin.referrer) && wholeColumn(s, 11, depth);
         std::string reason;
         if (!typed) {
             reason = "a value of the wrong type";
         } else if (row_.address.empty()) {
             reason = "no address";
-        } else if (!fitsInt(page) || !fitsInt(message)) {
+        } else if (!fitsInt(page) || !fitsInt(message) || !fitsInt(depth)) {
             reason = "a page or message number out of range";
         } else if (!kinds_.classify(row_)) {
             reason = "the address is not an e-mail address, a web address or a phone number";
@@ -171,6 +178,9 @@ bool ShardReader::readSqlite(const std::string& path, ShardSink& sink) {
         }
         if (message) {
             row_.origin.message = static_cast<int>(*message);
+        }
+        if (depth) {
+            row_.origin.depth = static_cast<int>(*depth);
         }
         row_.line = line.value_or(0);
         row_.offset = offset.value_or(0);

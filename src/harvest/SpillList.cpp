@@ -196,6 +196,8 @@ void encodeRecord(const Sighting& s, std::string& out) {
     putNumber(out, static_cast<std::uint64_t>(s.line));
     putNumber(out, static_cast<std::uint64_t>(s.offset));
     putText(out, s.context);
+    putText(out, s.origin.referrer);
+    putOptional(out, s.origin.depth);
 }
 
 bool decodeRecord(std::string_view in, Sighting& s) {
@@ -205,7 +207,7 @@ bool decodeRecord(std::string_view in, Sighting& s) {
               r.text(s.kind) && r.text(s.origin.source) && r.optional(s.origin.page) &&
               r.optional(s.origin.message) && r.text(s.origin.messageId) &&
               r.text(s.origin.field) && r.integer(s.line) && r.integer(s.offset) &&
-              r.text(s.context);
+              r.text(s.context) && r.text(s.origin.referrer) && r.optional(s.origin.depth);
     s.what = static_cast<FindKind>(flags & 0xFF);
     s.reserved = (flags & 0x100u) != 0;
     return ok;

@@ -17,7 +17,7 @@ CREATE TABLE contacts("address" TEXT NOT NULL, "name" TEXT, "kind" TEXT, "domain
                       "reserved" INTEGER, "sightings" INTEGER, "first_source" TEXT);
 CREATE TABLE sightings("address" TEXT NOT NULL, "name" TEXT, "source" TEXT, "page" INTEGER,
                        "message" INTEGER, "message_id" TEXT, "line" INTEGER, "offset" INTEGER,
-                       "field" TEXT, "context" TEXT);
+                       "field" TEXT, "context" TEXT, "referrer" TEXT, "depth" INTEGER);
 CREATE TABLE sources("path" TEXT, "kind" TEXT, "bytes" INTEGER);
 CREATE TABLE problems("source" TEXT, "reason" TEXT);
 )";

@@ -4,20 +4,18 @@
 #include "CompressedStream.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <tuple>
 
 #include "ArchiveWriting.h"
 #include "Decoders.h"
 #include "Finders.h"
 #include "RecordingContext.h"
+#include "TempDir.h"
 
 namespace harvest {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::Member;
 using testing::writeArchive;
 
@@ -26,23 +24,14 @@ constexpr StreamCuts kSmall{4096, 1024, 256, 1000};
 
 class CompressedStream : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "gz-stream-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        dir_ = pattern;
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
     std::string file(const std::string& name, const std::string& bytes) {
-        const std::string path = (dir_ / name).string();
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path;
+        return dir_.write(name, bytes);
     }
     bool decode(const std::string& path, RecordingContext& context, StreamCuts cuts = kSmall) {
-        return decodeCompressedFile(path, Origin{path, {}, {}, {}, {}}, context, cuts);
+        return decodeCompressedFile(path, Origin{path, {}, {}, {}, {}, {}, {}}, context, cuts);
     }
 
-    fs::path dir_;
+    TempDir dir_;
 };
 
 std::string compress(const std::string& bytes, int filter) {
@@ -335,7 +324,7 @@ TEST_F(CompressedStream, OtherContentIsLeftToTheCaller) {
         EXPECT_EQ(context.expanded, 0);
     }
     RecordingContext missing;
-    EXPECT_FALSE(decode((dir_ / "missing.gz").string(), missing));
+    EXPECT_FALSE(decode(dir_.file("missing.gz"), missing));
     EXPECT_TRUE(missing.problems.empty());
 }
 

@@ -78,7 +78,7 @@ struct Compared {
 // exactly two pieces.
 Compared compare(const std::string& html) {
     RecordingContext context;
-    decodeHtmlUtf8(html, Origin{"page.html", {}, {}, {}, {}}, context);
+    decodeHtmlUtf8(html, Origin{"page.html", {}, {}, {}, {}, {}, {}}, context);
     Compared c;
     c.gumbo = gumboText(html);
     EXPECT_EQ(context.pieces.size(), 2u) << html;
@@ -247,7 +247,7 @@ TEST(Mangled, PagesDecodeWithoutHarm) {
                             kMarkup[random() % (sizeof(kMarkup) - 1)]);
             }
             RecordingContext context;
-            decodeHtml(Blob{html, Origin{"page.html", {}, {}, {}, {}}, 0}, context);
+            decodeHtml(Blob{html, Origin{"page.html", {}, {}, {}, {}, {}, {}}, 0}, context);
             for (const TextPiece& piece : context.pieces) {
                 ASSERT_EQ(cleanUtf8(piece.text), piece.text) << html;
             }

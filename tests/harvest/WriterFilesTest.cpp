@@ -44,7 +44,7 @@ TEST(SqliteWriter, HoldsEveryTableWithTypedValuesAndNulls) {
          {"address", "name", "kind", "domain", "reserved", "sightings", "first_source"}},
         {"SELECT name FROM pragma_table_info('sightings')",
          {"address", "name", "source", "page", "message", "message_id", "line", "offset", "field",
-          "context"}},
+          "context", "referrer", "depth"}},
         {"SELECT name FROM pragma_table_info('sources')", {"path", "kind", "bytes"}},
         {"SELECT typeof(reserved) || reserved || typeof(sightings) || coalesce(name, 'NULL')"
          " FROM contacts ORDER BY rowid",

@@ -47,6 +47,8 @@ inline SampleReport sample() {
     first.line = 7;
     first.offset = 123;
     first.context = "said \\ \"hi\"\r\tthere";
+    first.origin.referrer = "https://site.test/";
+    first.origin.depth = 1;
     Sighting second;
     second.address = "ada@example.org";
     second.kind = "personal";
@@ -70,15 +72,16 @@ inline std::vector<Row> expectedRows(bool sightingRows) {
             {"s:+441632960000", std::nullopt, "s:phone", "s:", "b:false", "n:1", "s:plain.txt"}};
     }
     return {{"s:ada@example.org", "s:Ada", "s:" + kOddSource, "n:2", std::nullopt, std::nullopt,
-             "n:7", "n:123", std::nullopt, "s:said \\ \"hi\"\r\tthere"},
+             "n:7", "n:123", std::nullopt, "s:said \\ \"hi\"\r\tthere", "s:https://site.test/",
+             "n:1"},
             {"s:ada@example.org", std::nullopt, "s:box.mbox", std::nullopt, "n:4", "s:m1@host",
-             "n:1", "n:0", "s:From", "s:"}};
+             "n:1", "n:0", "s:From", "s:", std::nullopt, std::nullopt}};
 }
 
 inline std::vector<std::string> fieldNames(bool sightingRows) {
     if (sightingRows) {
-        return {"address",    "name", "source", "page",  "message",
-                "message_id", "line", "offset", "field", "context"};
+        return {"address", "name",   "source", "page",    "message",  "message_id",
+                "line",    "offset", "field",  "context", "referrer", "depth"};
     }
     return {"address", "name", "kind", "domain", "reserved", "sightings", "first_source"};
 }
