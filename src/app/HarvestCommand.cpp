@@ -3,35 +3,42 @@
 #include <unistd.h>
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QStringList>
 #include <atomic>
 #include <csignal>
 #include <iostream>
+#include <memory>
+#include <optional>
 
 #include "HarvestOutputOptions.h"
 #include "HarvestProgressLine.h"
+#include "HarvestSiteOptions.h"
 #include "Harvester.h"
 #include "RunOptions.h"
+#include "SiteCrawl.h"
 #include "Writers.h"
 
 namespace {
 
 std::string UsageText() {
     return std::string(
-               "usage: gleanmark harvest [OPTIONS] PATH...\n"
+               "usage: gleanmark harvest [OPTIONS] PATH|URL...\n"
                "\n"
                "Finds e-mail addresses (validated against the public suffix list), names,\n"
                "web addresses and, on request, phone numbers in files and folders: text in any\n"
                "common encoding, HTML, mail messages, mbox files and Maildir folders, PDF,\n"
                "Office and OpenDocument files, EPUB, zip, tar, gzip, bzip2, xz and WARC\n"
                "archives, recognised by their content. Each contact is listed once, with\n"
-               "where it was first found.\n"
+               "where it was first found. Web sites are crawled politely (robots.txt, a\n"
+               "delay between requests, the start page's host only) and their pages read\n"
+               "alike, each sighting with the page it was on.\n"
                "\n"
                "Input:\n"
                "  --files-from FILE      also harvest the paths listed in FILE, one a line\n"
                "                         (\"-\": standard input)\n"
                "  -0, --null             the list of --files-from is separated by NUL bytes\n") +
-           HarvestOutputOptions::kOutputHelp +
+           HarvestSiteOptions::kHelp + HarvestOutputOptions::kOutputHelp +
            "  -j, --jobs N           harvest with N workers (default: one per core); the\n"
            "                         output is the same whatever N\n"
            "What to find:\n"
@@ -86,6 +93,7 @@ int HarvestCommandLine(int argc, char* argv[]) {
         {{"h", "help"}, ""},
     });
     HarvestOutputOptions::addTo(parser);
+    HarvestSiteOptions::addTo(parser);
     if (!parser.parse(args)) {
         return Usage(parser.errorText().toStdString());
     }
@@ -114,7 +122,16 @@ int HarvestCommandLine(int argc, char* argv[]) {
     } else if (parser.isSet("null")) {
         return Usage("-0 goes with --files-from");
     }
-    if (options.paths.empty() && !parser.isSet("files-from")) {
+    // Addresses of web sites are crawled; the rest are paths.
+    std::vector<std::string> urls;
+    std::erase_if(options.paths, [&](const std::string& path) {
+        if (!HarvestSiteOptions::isUrl(path)) {
+            return false;
+        }
+        urls.push_back(path);
+        return true;
+    });
+    if (options.paths.empty() && urls.empty() && !parser.isSet("files-from")) {
         return Usage("no PATH given");
     }
     if (parser.isSet("jobs")) {
@@ -127,14 +144,55 @@ int HarvestCommandLine(int argc, char* argv[]) {
     options.finders.webAddresses = !parser.isSet("no-web");
     options.finders.phoneRegion = parser.value("phones").toUpper().toStdString();
     options.keepSightings = output.needsSightings();
+    harvest::SiteCrawlOptions siteOptions;
+    if (!HarvestSiteOptions::read(parser, urls, options.jobs, siteOptions, problem)) {
+        return Usage(problem);
+    }
 
     bool quiet = output.quiet();
     HarvestProgressLine progressLine(!quiet && ::isatty(STDERR_FILENO));
+    // A crawl needs an event loop of its own, and Qt an application for it.
+    int qtArgc = 1;
+    std::optional<QCoreApplication> app;
+    std::unique_ptr<harvest::SiteCrawl> crawl;
+    if (!urls.empty()) {
+        app.emplace(qtArgc, argv);
+        if (!siteOptions.stateDir.empty()) {
+            // The pages earlier runs of a resumed crawl fetched.
+            for (std::string& archive : harvest::SiteCrawl::earlierArchives(siteOptions.stateDir)) {
+                options.paths.push_back(std::move(archive));
+            }
+        }
+        crawl = std::make_unique<harvest::SiteCrawl>(std::move(siteOptions), gInterrupted);
+        options.documents = [&](harvest::FetchedDocument& document) {
+            return crawl->next(document);
+        };
+        progressLine.extra = [&] {
+            return HarvestSiteOptions::describe(crawl->progress().counts) + "; ";
+        };
+    }
     harvest::Harvester harvester(std::move(options));
     bool finished = harvester.run(gInterrupted, &progressLine);
     std::signal(SIGINT, SIG_DFL);
     progressLine.clear();
     PrintProblems(harvester);
+    std::optional<std::string> crawlFailure;
+    if (crawl) {
+        const harvest::CrawlCounts counts = crawl->progress().counts;
+        crawlFailure = crawl->failure();
+        crawl.reset();  // the crawl's archive and state are closed before the output is written
+        if (!quiet) {
+            std::cerr << "gleanmark: crawl: " << counts.pages << " pages harvested, "
+                      << counts.fetched << " requests (" << counts.redirects << " redirects, "
+                      << counts.retries << " retries); not fetched: " << counts.outOfScope
+                      << " out of scope, " << counts.robotsDenied << " kept out by robots.txt, "
+                      << counts.overPageLimit << " over the page limit, " << counts.queued
+                      << " still queued; " << counts.errors << " pages failed\n";
+        }
+        if (crawlFailure) {
+            std::cerr << "gleanmark: " << *crawlFailure << "\n";
+        }
+    }
 
     HarvestOutputOptions::Kept kept;
     std::string error;
@@ -148,6 +206,9 @@ int HarvestCommandLine(int argc, char* argv[]) {
     }
     if (!written) {
         std::cerr << "gleanmark: " << error << "\n";
+        return exitstatus::kUnwritable;
+    }
+    if (crawlFailure) {
         return exitstatus::kUnwritable;
     }
     return finished ? exitstatus::kCompleted : exitstatus::kInterrupted;

@@ -55,7 +55,8 @@ void HarvestProgressLine::progress(const harvest::HarvestProgress& progress) {
     }
     last_ = now;
     double seconds = std::chrono::duration<double>(now - start_).count();
-    std::cerr << "\r\033[K" << describe(progress, seconds) << std::flush;
+    std::cerr << "\r\033[K" << (extra ? extra() : std::string()) << describe(progress, seconds)
+              << std::flush;
     drawn_ = true;
 }
 

@@ -3,6 +3,7 @@
 // in place, at most ten times a second.
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "Harvester.h"
@@ -15,6 +16,8 @@ public:
     void progress(const harvest::HarvestProgress& progress) override;
     void batch(const harvest::HarvestBatch& batch) override;
     bool wantsSightings() const override { return false; }
+    // Text shown before the harvest's own progress (a crawl's).
+    std::function<std::string()> extra;
     // Clears the line, so that what follows starts on a clean one.
     void clear();
 

@@ -73,11 +73,7 @@ std::string crawlHostKey(const QUrl& url) {
 }
 
 CrawlFrontier::CrawlFrontier(CrawlOptions options)
-    : options_(std::move(options)), scope_(options_.scope, options_.start) {
-    for (const QUrl& url : options_.start) {
-        addUrl(url, CrawlPurpose::Page, 0, {});
-    }
-}
+    : options_(std::move(options)), scope_(options_.scope, options_.start) {}
 
 CrawlFrontier::~CrawlFrontier() = default;
 
@@ -123,6 +119,10 @@ void CrawlFrontier::addUrl(const QUrl& url, CrawlPurpose purpose, int depth, con
     request.purpose = purpose;
     request.depth = depth;
     request.referrer = referrer;
+    if (journal) {
+        journal(std::string("queue\t") + purposeName(purpose) + "\t" + std::to_string(depth) +
+                "\t" + urlKey(normal) + "\t" + urlKey(referrer));
+    }
     enqueue(std::move(request));
 }
 
@@ -131,6 +131,13 @@ bool CrawlFrontier::allowedByRobots(Host& host, const QUrl& url) const {
 }
 
 std::optional<CrawlRequest> CrawlFrontier::next(double now, double& wakeAt) {
+    if (!started_) {
+        // Start pages once, after a journal is set or taken up.
+        started_ = true;
+        for (const QUrl& url : options_.start) {
+            addUrl(url, CrawlPurpose::Page, 0, {});
+        }
+    }
     for (;;) {
         wakeAt = std::numeric_limits<double>::infinity();
         if (stopped_ || static_cast<int>(inFlight_.size()) >= options_.jobs) {
@@ -202,6 +209,18 @@ std::pair<CrawlFrontier::Host*, CrawlFrontier::Queue::iterator> CrawlFrontier::f
 
 PageVerdict CrawlFrontier::answered(const CrawlRequest& request, const CrawlAnswer& answer,
                                     double now) {
+    bool goesOn = false;
+    const PageVerdict verdict = this->answer(request, answer, now, goesOn);
+    if (!goesOn && journal && request.purpose != CrawlPurpose::Robots) {
+        journal(std::string("done\t") + purposeName(request.purpose) + "\t" +
+                urlKey(request.first));
+    }
+    return verdict;
+}
+
+// A redirect or a retry sets goesOn: the page is not done yet.
+PageVerdict CrawlFrontier::answer(const CrawlRequest& request, const CrawlAnswer& answer,
+                                  double now, bool& goesOn) {
     inFlight_.erase(request.id);
     --counts_.inFlight;
     ++counts_.fetched;
@@ -211,6 +230,7 @@ PageVerdict CrawlFrontier::answered(const CrawlRequest& request, const CrawlAnsw
         host.nextFree = std::max(host.nextFree, now + host.delay);
     }
     if (retriable(answer.status) && retry(host, request, answer, now)) {
+        goesOn = true;
         return {};
     }
     const bool redirect = answer.status >= 300 && answer.status < 400 && answer.location.isValid();
@@ -250,6 +270,7 @@ PageVerdict CrawlFrontier::answered(const CrawlRequest& request, const CrawlAnsw
         hop.hops = request.hops + 1;
         hop.attempt = 0;
         enqueue(std::move(hop));
+        goesOn = true;
         return {};
     }
     if (request.purpose == CrawlPurpose::Robots) {
@@ -346,6 +367,9 @@ void CrawlFrontier::addLinks(const CrawlRequest& page, const std::vector<QUrl>& 
 }
 
 bool CrawlFrontier::finished() const {
+    if (!started_) {
+        return false;
+    }
     if (!inFlight_.empty()) {
         return false;
     }
@@ -364,53 +388,29 @@ std::vector<Problem> CrawlFrontier::takeProblems() {
     return std::exchange(problems_, {});
 }
 
-// One line a record, fields separated by tabs: "seen URL", "queue PURPOSE
-// DEPTH URL REFERRER" and "started N". URLs hold no tabs or line breaks.
-std::string CrawlFrontier::saveState() const {
-    std::ostringstream out;
-    out << "gleanmark-crawl 1\n";
-    out << "started\t" << pagesStarted_ << "\n";
-    for (const std::string& key : seen_) {
-        out << "seen\t" << key << "\n";
-    }
-    auto queued = [&](const CrawlRequest& r) {
-        if (r.purpose == CrawlPurpose::Robots) {
-            return;  // asked again when the crawl goes on
-        }
-        out << "queue\t" << purposeName(r.purpose) << "\t" << r.depth << "\t" << urlKey(r.first)
-            << "\t" << urlKey(r.referrer) << "\n";
-    };
-    for (const auto& [key, host] : hosts_) {
-        for (const auto& [order, waiting] : host->queue) {
-            queued(waiting.request);
-        }
-    }
-    for (const auto& [id, request] : inFlight_) {
-        queued(request);
-    }
-    return out.str();
-}
-
-bool CrawlFrontier::loadState(std::string_view state) {
-    std::istringstream in{std::string(state)};
+// The journal's lines, fields separated by tabs: "queue PURPOSE DEPTH URL
+// REFERRER" and "done PURPOSE URL". URLs hold no tabs or line breaks. A last
+// line cut short (the power went) is left out.
+bool CrawlFrontier::resume(std::string_view journalText) {
+    std::istringstream in{std::string(journalText)};
     std::string line;
-    if (!std::getline(in, line) || line != "gleanmark-crawl 1") {
+    if (!std::getline(in, line) || line != kJournalHead) {
         return false;
     }
+    std::vector<CrawlRequest> queued;
+    std::unordered_set<std::string> done;
     std::unordered_set<std::string> seen;
-    std::vector<CrawlRequest> queue;
-    int started = 0;
+    int pages = 0;
     while (std::getline(in, line)) {
+        if (in.eof()) {
+            break;  // no line end: written in part
+        }
         std::vector<std::string> fields;
         std::istringstream parts(line);
         for (std::string field; std::getline(parts, field, '\t');) {
             fields.push_back(field);
         }
-        if (fields.size() == 2 && fields[0] == "started") {
-            started = std::atoi(fields[1].c_str());
-        } else if (fields.size() == 2 && fields[0] == "seen") {
-            seen.insert(fields[1]);
-        } else if (fields.size() >= 4 && fields[0] == "queue" && purposeFrom(fields[1])) {
+        if (fields.size() >= 4 && fields[0] == "queue" && purposeFrom(fields[1])) {
             CrawlRequest r;
             r.purpose = *purposeFrom(fields[1]);
             r.depth = std::atoi(fields[2].c_str());
@@ -421,7 +421,11 @@ bool CrawlFrontier::loadState(std::string_view state) {
             if (!crawlable(r.url)) {
                 return false;
             }
-            queue.push_back(std::move(r));
+            seen.insert(fields[3]);
+            queued.push_back(std::move(r));
+        } else if (fields.size() == 3 && fields[0] == "done" && purposeFrom(fields[1])) {
+            done.insert(fields[2]);
+            pages += fields[1] == "page";
         } else if (!line.empty()) {
             return false;
         }
@@ -429,9 +433,11 @@ bool CrawlFrontier::loadState(std::string_view state) {
     hosts_.clear();
     counts_.queued = 0;
     seen_ = std::move(seen);
-    pagesStarted_ = started;
-    for (CrawlRequest& r : queue) {
-        enqueue(std::move(r));
+    pagesStarted_ = pages;
+    for (CrawlRequest& r : queued) {
+        if (!done.count(urlKey(r.url))) {
+            enqueue(std::move(r));
+        }
     }
     return true;
 }

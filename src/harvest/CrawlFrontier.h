@@ -15,6 +15,7 @@
 #include <QUrl>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -100,22 +101,28 @@ public:
     // The answer to a request from next(): redirects and retries are queued,
     // robots.txt and sitemaps read, problems noted.
     PageVerdict answered(const CrawlRequest& request, const CrawlAnswer& answer, double now);
+    // The line a journal starts with.
+    static constexpr const char* kJournalHead = "gleanmark-crawl-journal 1";
     // The links of a page whose verdict asked for them.
     void addLinks(const CrawlRequest& page, const std::vector<QUrl>& links);
     // Nothing queued and nothing in flight.
     bool finished() const;
-    // Stops handing out requests; what is queued stays for saveState().
+    // Stops handing out requests.
     void stop() { stopped_ = true; }
 
     const CrawlCounts& counts() const { return counts_; }
     // Problems noted since the last call: the URL and why it was not harvested.
     std::vector<Problem> takeProblems();
 
-    // The queue and the set of URLs seen, as text, for resuming a crawl;
-    // requests in flight are saved as queued. load() takes such a text back
-    // before the crawl starts; false for a text it cannot read.
-    std::string saveState() const;
-    bool loadState(std::string_view state);
+    // A journal of the crawl, for resuming it: each URL queued and each URL
+    // done is told as a line of text, as it happens. Set before the first
+    // call to next().
+    std::function<void(const std::string& line)> journal;
+    // Takes up a crawl from the lines its journal was told, before the first
+    // call to next(): what was queued and not done is queued again (requests
+    // that were in flight included), what was done is not fetched again.
+    // False for a text that is not such a journal.
+    bool resume(std::string_view journalText);
 
 private:
     struct Waiting {
@@ -141,6 +148,8 @@ private:
     void addUrl(const QUrl& url, CrawlPurpose purpose, int depth, const QUrl& referrer);
     void robotsAnswered(Host& host, const CrawlAnswer& answer, double now);
     void sitemapAnswered(const CrawlRequest& request, const CrawlAnswer& answer);
+    PageVerdict answer(const CrawlRequest& request, const CrawlAnswer& answer, double now,
+                       bool& goesOn);
     bool retry(Host& host, const CrawlRequest& request, const CrawlAnswer& answer, double now);
     void problem(const QUrl& url, std::string reason);
     bool allowedByRobots(Host& host, const QUrl& url) const;
@@ -155,6 +164,7 @@ private:
     int pagesStarted_ = 0;
     int sitemapsRead_ = 0;
     bool stopped_ = false;
+    bool started_ = false;
     CrawlCounts counts_;
     std::vector<Problem> problems_;
     std::map<std::uint64_t, CrawlRequest> inFlight_;

@@ -144,6 +144,16 @@ std::string responseBody(std::string_view record, const std::string& source,
     return body;
 }
 
+// Whether a response record holds a page that came: an answer with a 2xx
+// status. Redirects, errors and "wait" answers are not the site's pages.
+bool answeredWithPage(std::string_view record) {
+    if (!record.starts_with("HTTP/")) {
+        return true;  // no HTTP head: the payload as it is
+    }
+    const std::size_t space = record.find(' ');
+    return space != std::string_view::npos && space + 1 < record.size() && record[space + 1] == '2';
+}
+
 // The decompressed stream, read a block at a time.
 class WarcStream {
 public:
@@ -250,9 +260,15 @@ void decodeWarc(const Blob& blob, DecodeContext& context) {
         if (!complete && !reading.stopped()) {
             context.problem(origin.source, "damaged WARC: the record is cut off");
         }
-        std::string payload = equalsIgnoringCase(type, "response")
-                                  ? responseBody(record, origin.source, context)
-                                  : std::move(record);
+        const bool response = equalsIgnoringCase(type, "response");
+        if (response && !answeredWithPage(record)) {
+            if (!complete) {
+                return;
+            }
+            continue;
+        }
+        std::string payload =
+            response ? responseBody(record, origin.source, context) : std::move(record);
         if (!payload.empty()) {
             context.nested(payload, std::move(origin), blob.depth + 1);
         }
