@@ -8,7 +8,8 @@
 // about 6,000 messages), small (20,000 files of 1-5 KB), mixed (PDF, DOCX,
 // ODT, gzip and text);
 // "big" adds big-text, big-mbox and big-line (5 GB each, the last one single
-// line) and big-files (a million small files). Naming inputs measures only
+// line) and big-files (a million small files); "site" is a generated web
+// site crawled on 127.0.0.1. Naming inputs measures only
 // those; scale=F multiplies every size and count (scale=0.01 for a quick
 // look). Each input is written to a temporary folder, read once to warm the
 // page cache, measured and removed before the next one is written.
@@ -34,6 +35,7 @@
 
 #include "HarvestInputs.h"
 #include "HarvestRun.h"
+#include "HarvestSite.h"
 
 namespace fs = std::filesystem;
 
@@ -272,7 +274,7 @@ int main(int argc, char** argv) {
             std::fprintf(
                 stderr,
                 "usage: %s [big] [scale=F] [program=PATH] [text|prose|html|mbox|small|mixed|"
-                "big-text|big-mbox|big-line|big-files ...]\n",
+                "big-text|big-mbox|big-line|big-files|site ...]\n",
                 argv[0]);
             return 2;
         } else {
@@ -297,6 +299,9 @@ int main(int argc, char** argv) {
             if (chosen.empty() ? (!input.big || big) : named) {
                 bench.measure(input);
             }
+        }
+        if (chosen.empty() || std::find(chosen.begin(), chosen.end(), "site") != chosen.end()) {
+            MeasureSite(program, pattern);
         }
     } catch (const Interrupted&) {
         std::fprintf(stderr, "interrupted\n");

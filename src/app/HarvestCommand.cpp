@@ -182,12 +182,12 @@ int HarvestCommandLine(int argc, char* argv[]) {
         crawlFailure = crawl->failure();
         crawl.reset();  // the crawl's archive and state are closed before the output is written
         if (!quiet) {
-            std::cerr << "gleanmark: crawl: " << counts.pages << " pages harvested, "
+            std::cerr << "gleanmark: crawl: " << counts.pages << " pages harvested from "
                       << counts.fetched << " requests (" << counts.redirects << " redirects, "
                       << counts.retries << " retries); not fetched: " << counts.outOfScope
                       << " out of scope, " << counts.robotsDenied << " kept out by robots.txt, "
                       << counts.overPageLimit << " over the page limit, " << counts.queued
-                      << " still queued; " << counts.errors << " pages failed\n";
+                      << " still queued; failed: " << counts.errors << "\n";
         }
         if (crawlFailure) {
             std::cerr << "gleanmark: " << *crawlFailure << "\n";

@@ -243,11 +243,13 @@ PageVerdict CrawlFrontier::answer(const CrawlRequest& request, const CrawlAnswer
             if (request.purpose == CrawlPurpose::Robots) {
                 robotsAnswered(hostOf(request.first), CrawlAnswer{}, now);
             } else {
+                ++counts_.errors;
                 problem(request.first, "more than " + std::to_string(limit) + " redirects");
             }
             return {};
         }
         if (!crawlable(target)) {
+            ++counts_.errors;
             problem(request.url, "redirects to an address that is not crawled: " +
                                      answer.location.toString().toStdString());
             return {};
@@ -259,6 +261,7 @@ PageVerdict CrawlFrontier::answer(const CrawlRequest& request, const CrawlAnswer
         }
         const std::string key = urlKey(target);
         if (key == urlKey(request.first) || key == urlKey(request.url)) {
+            ++counts_.errors;
             problem(request.first, "redirect loop");
             return {};
         }
