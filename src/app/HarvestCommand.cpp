@@ -167,11 +167,16 @@ int HarvestCommandLine(int argc, char* argv[]) {
         options.documents = [&](harvest::FetchedDocument& document) {
             return crawl->next(document);
         };
-        progressLine.extra = [&] {
-            return HarvestSiteOptions::describe(crawl->progress().counts) + "; ";
-        };
     }
     harvest::Harvester harvester(std::move(options));
+    if (crawl) {
+        // Progress comes on the thread that runs the harvest, the one that
+        // adds to its contacts.
+        progressLine.describeOther = [&] {
+            return HarvestSiteOptions::describe(crawl->progress().counts) + "; " +
+                   std::to_string(harvester.contactSet().size()) + " contacts";
+        };
+    }
     bool finished = harvester.run(gInterrupted, &progressLine);
     std::signal(SIGINT, SIG_DFL);
     progressLine.clear();

@@ -55,7 +55,7 @@ void HarvestProgressLine::progress(const harvest::HarvestProgress& progress) {
     }
     last_ = now;
     double seconds = std::chrono::duration<double>(now - start_).count();
-    std::cerr << "\r\033[K" << (extra ? extra() : std::string()) << describe(progress, seconds)
+    std::cerr << "\r\033[K" << (describeOther ? describeOther() : describe(progress, seconds))
               << std::flush;
     drawn_ = true;
 }

@@ -16,8 +16,9 @@ public:
     void progress(const harvest::HarvestProgress& progress) override;
     void batch(const harvest::HarvestBatch& batch) override;
     bool wantsSightings() const override { return false; }
-    // Text shown before the harvest's own progress (a crawl's).
-    std::function<std::string()> extra;
+    // When set, what the line shows instead of sources and bytes (a crawl's
+    // pages, whose totals are not known ahead).
+    std::function<std::string()> describeOther;
     // Clears the line, so that what follows starts on a clean one.
     void clear();
 

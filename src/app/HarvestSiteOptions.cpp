@@ -169,7 +169,7 @@ std::string describe(const harvest::CrawlCounts& c) {
     return "pages: " + std::to_string(c.pages) + " harvested, " + std::to_string(c.queued) +
            " queued, " + std::to_string(c.outOfScope) + " out of scope, " +
            std::to_string(c.robotsDenied) + " kept out by robots.txt, " + std::to_string(c.errors) +
-           " errors";
+           " failed";
 }
 
 }  // namespace HarvestSiteOptions

@@ -22,7 +22,7 @@ bool isUrl(const std::string& argument);
 bool read(const QCommandLineParser& parser, const std::vector<std::string>& urls, int jobs,
           harvest::SiteCrawlOptions& options, std::string& problem);
 
-// "pages: 12 fetched, 40 queued, 3 out of scope, 1 kept out by robots.txt, 0 errors"
+// "pages: 12 harvested, 40 queued, 3 out of scope, 1 kept out by robots.txt, 0 failed"
 std::string describe(const harvest::CrawlCounts& counts);
 
 }  // namespace HarvestSiteOptions

@@ -288,3 +288,47 @@ TEST(SiteCrawlTest, AStoppedCrawlGoesOnFromItsStateWithoutFetchingTwice) {
     EXPECT_EQ(SiteCrawl::earlierArchives(options.stateDir).size(), 2u);
     EXPECT_FALSE(second.failure);
 }
+
+TEST(SiteCrawlTest, OtherHostNamesAreOutOfScopeUnlessTheScopeTakesThem) {
+    // The crawl goes through the test server as its proxy, so the names
+    // below lead to it here and nowhere else.
+    struct Case {
+        const char* scope;
+        std::set<std::string> fetched;
+    };
+    const std::vector<Case> cases = {
+        {"host", {"http://www.acme.test/", "http://www.acme.test/team/"}},
+        {"domain",
+         {"http://www.acme.test/", "http://www.acme.test/team/", "http://shop.acme.test/"}},
+        {"any",
+         {"http://www.acme.test/", "http://www.acme.test/team/", "http://shop.acme.test/",
+          "http://other.test/"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.scope);
+        TestSite site;
+        site.otherwise([](const TestSite::Request& r) {
+            if (r.path.endsWith("/robots.txt") || r.path.endsWith("/sitemap.xml")) {
+                return TestSite::Reply::page("text/plain", "", 404);
+            }
+            return TestSite::Reply::page(
+                "text/html",
+                "<a href='/team/'>team</a><a href='http://shop.acme.test/'>shop</a>"
+                "<a href='http://other.test/'>other</a>");
+        });
+        SiteCrawlOptions options = crawlOf(site, 0);
+        options.frontier.start = {QUrl("http://www.acme.test/")};
+        options.frontier.scope = *parseScope(c.scope);
+        options.frontier.maxDepth = 1;
+        options.proxy = QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1", site.port());
+        std::atomic<bool> cancel{false};
+        harvestSite(options, cancel);
+        std::set<std::string> fetched;
+        for (const TestSite::Request& r : site.requests()) {
+            if (!r.path.endsWith("/robots.txt") && !r.path.endsWith("/sitemap.xml")) {
+                fetched.insert(r.target.toStdString());
+            }
+        }
+        EXPECT_EQ(fetched, c.fetched);
+    }
+}
