@@ -82,7 +82,9 @@ CrawlFrontier::Host& CrawlFrontier::hostOf(const QUrl& url) {
     if (!host) {
         host = std::make_unique<Host>();
         host->name = crawlHostKey(url);
-        host->delay = options_.delay;
+        Slot& slot = slots_[url.host().toLower().toStdString()];
+        slot.delay = std::max(slot.delay, options_.delay);
+        host->slot = &slot;
         if (!options_.obeyRobots) {
             host->robotsAsked = host->robotsKnown = true;
         }
@@ -162,8 +164,8 @@ std::optional<CrawlRequest> CrawlFrontier::next(double now, double& wakeAt) {
             ++pagesStarted_;
         }
         request.id = nextId_++;
-        ++host->inFlight;
-        host->nextFree = now + host->delay;
+        ++host->slot->inFlight;
+        host->slot->nextFree = now + host->slot->delay;
         ++counts_.inFlight;
         inFlight_.emplace(request.id, request);
         return request;
@@ -177,7 +179,7 @@ std::pair<CrawlFrontier::Host*, CrawlFrontier::Queue::iterator> CrawlFrontier::f
     Host* best = nullptr;
     Queue::iterator bestAt;
     for (auto& [key, host] : hosts_) {
-        if (host->queue.empty() || host->inFlight >= options_.perHost) {
+        if (host->queue.empty() || host->slot->inFlight >= options_.perHost) {
             continue;
         }
         if (!host->robotsAsked) {
@@ -192,7 +194,7 @@ std::pair<CrawlFrontier::Host*, CrawlFrontier::Queue::iterator> CrawlFrontier::f
             if (!host->robotsKnown && it->second.request.purpose != CrawlPurpose::Robots) {
                 continue;
             }
-            const double ready = std::max(host->nextFree, it->second.notBefore);
+            const double ready = std::max(host->slot->nextFree, it->second.notBefore);
             if (ready > now) {
                 wakeAt = std::min(wakeAt, ready);
                 continue;
@@ -225,9 +227,9 @@ PageVerdict CrawlFrontier::answer(const CrawlRequest& request, const CrawlAnswer
     --counts_.inFlight;
     ++counts_.fetched;
     Host& host = hostOf(request.url);
-    --host.inFlight;
+    --host.slot->inFlight;
     if (options_.perHost == 1) {
-        host.nextFree = std::max(host.nextFree, now + host.delay);
+        host.slot->nextFree = std::max(host.slot->nextFree, now + host.slot->delay);
     }
     if (retriable(answer.status) && retry(host, request, answer, now)) {
         goesOn = true;
@@ -305,13 +307,13 @@ bool CrawlFrontier::retry(Host& host, const CrawlRequest& request, const CrawlAn
     if (request.attempt >= options_.maxRetries) {
         return false;
     }
-    const double backOff = std::max(1.0, host.delay) * std::pow(2.0, request.attempt);
+    const double backOff = std::max(1.0, host.slot->delay) * std::pow(2.0, request.attempt);
     const double wait = std::max(backOff, answer.retryAfter.value_or(0));
     if (wait > options_.maxRetryWait) {
         return false;
     }
     // The whole host waits: a server that asks for time gets it.
-    host.nextFree = std::max(host.nextFree, now + wait);
+    host.slot->nextFree = std::max(host.slot->nextFree, now + wait);
     CrawlRequest again = request;
     again.attempt = request.attempt + 1;
     ++counts_.retries;
@@ -324,8 +326,9 @@ void CrawlFrontier::robotsAnswered(Host& host, const CrawlAnswer& answer, double
     host.rules = robots.rulesFor(options_.userAgent);
     host.robotsKnown = true;
     if (auto crawlDelay = host.rules.crawlDelay()) {
-        host.delay = std::max(host.delay, std::min(*crawlDelay, kMaxCrawlDelay));
-        host.nextFree = std::max(host.nextFree, now + host.delay);
+        Slot& slot = *host.slot;
+        slot.delay = std::max(slot.delay, std::min(*crawlDelay, kMaxCrawlDelay));
+        slot.nextFree = std::max(slot.nextFree, now + slot.delay);
     }
     if (!options_.sitemaps) {
         return;
@@ -434,6 +437,7 @@ bool CrawlFrontier::resume(std::string_view journalText) {
         }
     }
     hosts_.clear();
+    slots_.clear();
     counts_.queued = 0;
     seen_ = std::move(seen);
     pagesStarted_ = pages;

@@ -130,14 +130,19 @@ private:
         std::uint64_t order = 0;  // breadth first: depth, then the order found
         double notBefore = 0;     // a retry waits
     };
+    struct Slot {
+        double delay = 0;
+        double nextFree = 0;  // when the next request may start
+        int inFlight = 0;
+    };
     struct Host {
         std::string name;
         bool robotsAsked = false;
         bool robotsKnown = false;
         RobotsRules rules;
-        double delay = 0;
-        double nextFree = 0;  // when the next request may start
-        int inFlight = 0;
+        // Shared by the sites of one host name (http and https, other ports):
+        // the delay and the limit of requests at once are the server's.
+        Slot* slot = nullptr;
         std::map<std::pair<int, std::uint64_t>, Waiting> queue;  // by (depth, order)
     };
     using Queue = std::map<std::pair<int, std::uint64_t>, Waiting>;
@@ -157,8 +162,9 @@ private:
     CrawlOptions options_;
     ScopeCheck scope_;
     std::unordered_map<std::string, std::unique_ptr<Host>> hosts_;
-    std::unordered_set<std::string> seen_;  // every URL queued once, by urlKey
-    std::vector<QUrl> pendingSitemaps_;     // named before their host's robots.txt was read
+    std::unordered_map<std::string, Slot> slots_;  // by host name
+    std::unordered_set<std::string> seen_;         // every URL queued once, by urlKey
+    std::vector<QUrl> pendingSitemaps_;            // named before their host's robots.txt was read
     std::uint64_t nextId_ = 1;
     std::uint64_t nextOrder_ = 0;
     int pagesStarted_ = 0;
