@@ -44,6 +44,7 @@ bench: deps
 	cmake --build $(BENCH_DIR) -j $(JOBS)
 	$(BENCH_DIR)/bench/gleanmark-bench $(SIZES)
 	$(BENCH_DIR)/bench/gleanmark-harvest-bench $(if $(BIG),big) $(HARVEST)
+	$(BENCH_DIR)/bench/gleanmark-table-bench
 
 # `make package` builds the Debian package in release mode in its own folder:
 # $(PACKAGE_DIR)/gleanmark_<version>_<arch>.deb
