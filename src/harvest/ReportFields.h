@@ -15,8 +15,8 @@ namespace harvest {
 inline constexpr std::array<std::string_view, 7> kContactFields = {
     "address", "name", "kind", "domain", "reserved", "sightings", "first_source"};
 inline constexpr std::array<std::string_view, 12> kSightingFields = {
-    "address", "name",  "source",  "page",     "message", "message_id",
-    "line",    "offset", "field", "context", "referrer", "depth"};
+    "address", "name",   "source", "page",    "message",  "message_id",
+    "line",    "offset", "field",  "context", "referrer", "depth"};
 
 // One value of a row: null where not known, text, a number or a yes/no.
 struct FieldValue {

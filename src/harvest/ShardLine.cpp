@@ -280,10 +280,12 @@ enum class Field {
 
 Field fieldNamed(std::string_view key) {
     static constexpr std::pair<std::string_view, Field> kFields[] = {
-        {"address", Field::Address}, {"name", Field::Name},       {"source", Field::Source},
-        {"page", Field::Page},       {"message", Field::Message}, {"message_id", Field::MessageId},
-        {"line", Field::Line},       {"offset", Field::Offset},   {"field", Field::FieldName},
-        {"context", Field::Context}, {"referrer", Field::Referrer},  {"depth", Field::Depth},
+        {"address", Field::Address},   {"name", Field::Name},
+        {"source", Field::Source},     {"page", Field::Page},
+        {"message", Field::Message},   {"message_id", Field::MessageId},
+        {"line", Field::Line},         {"offset", Field::Offset},
+        {"field", Field::FieldName},   {"context", Field::Context},
+        {"referrer", Field::Referrer}, {"depth", Field::Depth},
     };
     for (const auto& [name, field] : kFields) {
         if (name == key) {

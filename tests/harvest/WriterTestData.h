@@ -71,11 +71,11 @@ inline std::vector<Row> expectedRows(bool sightingRows) {
              "s:" + kOddSource},
             {"s:+441632960000", std::nullopt, "s:phone", "s:", "b:false", "n:1", "s:plain.txt"}};
     }
-    return {{"s:ada@example.org", "s:Ada", "s:" + kOddSource, "n:2", std::nullopt, std::nullopt,
-             "n:7", "n:123", std::nullopt, "s:said \\ \"hi\"\r\tthere", "s:https://site.test/",
-             "n:1"},
-            {"s:ada@example.org", std::nullopt, "s:box.mbox", std::nullopt, "n:4", "s:m1@host",
-             "n:1", "n:0", "s:From", "s:", std::nullopt, std::nullopt}};
+    return {
+        {"s:ada@example.org", "s:Ada", "s:" + kOddSource, "n:2", std::nullopt, std::nullopt, "n:7",
+         "n:123", std::nullopt, "s:said \\ \"hi\"\r\tthere", "s:https://site.test/", "n:1"},
+        {"s:ada@example.org", std::nullopt, "s:box.mbox", std::nullopt, "n:4", "s:m1@host", "n:1",
+         "n:0", "s:From", "s:", std::nullopt, std::nullopt}};
 }
 
 inline std::vector<std::string> fieldNames(bool sightingRows) {
