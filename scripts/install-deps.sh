@@ -6,14 +6,14 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config clang-format
   qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev libgl-dev libvulkan-dev
-  qt6-webengine-dev qt6-webengine-dev-tools
+  qt6-webengine-dev qt6-webengine-dev-tools qt6-charts-dev
   libgumbo-dev zlib1g-dev
   libgmime-3.0-dev libpoppler-cpp-dev libarchive-dev libpsl-dev libidn2-dev libuchardet-dev
   libphonenumber-dev libxlsxwriter-dev libsqlite3-dev publicsuffix unzip
   libgtest-dev libgmock-dev googletest
   qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core
   xvfb xauth
-  libqt6svg6 desktop-file-utils man-db groff-base dpkg-dev ripgrep parallel
+  libqt6svg6 libqt6charts6 desktop-file-utils man-db groff-base dpkg-dev ripgrep parallel
 )
 
 missing=()

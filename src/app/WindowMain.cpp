@@ -4,6 +4,7 @@
 #include <QIcon>
 
 #include "Clock.h"
+#include "HarvestWindowHost.h"
 #include "MainForm.h"
 #include "MainFormSide.h"
 #include "MainWindow.h"
@@ -37,6 +38,9 @@ int main(int argc, char* argv[]) {
     form.showWebWindow = [&web] { web.show(); };
     web.syncMainWindow = [&window] { window.sync(); };
     pump.beforeYield = [&web] { web.syncWindows(); };
+    // "Harvest Contacts..." makes the Harvest window once and keeps it.
+    harvest::HarvestWindowHost harvestWindow(settings, &window);
+    form.showHarvestWindow = [&harvestWindow] { harvestWindow.show(); };
     form.Form_Load();
     window.syncAll();
     window.show();

@@ -68,6 +68,7 @@ const std::vector<ControlInfo>& MainControls() {
         // Menus
         {"mnuFile", K::Menu, "File", ""},
         {"mnuProcessWeb", K::MenuEntry, "Extract Web", ""},
+        {"mnuHarvest", K::MenuEntry, "Harvest Contacts...", ""},
         {"mnuProcess", K::MenuEntry, "Process", ""},
         {"mnuSaveResult", K::MenuEntry, "Save Result", ""},
         {"mnuCancel", K::MenuEntry, "Cancel", ""},

@@ -113,6 +113,12 @@ void MainForm::runHandler(const std::string& name) {
         }
         return;
     }
+    if (name == "mnuHarvest") {
+        if (showHarvestWindow) {
+            showHarvestWindow();
+        }
+        return;
+    }
     auto it = handlers.find(name);
     if (it != handlers.end()) {
         (this->*(it->second))();
@@ -205,6 +211,8 @@ void MainForm::Toolbar1_ButtonClick(const std::string& key) {
         intCancel = 1;
     } else if (key == "Exit") {
         click("CmdEnd");
+    } else if (key == "Harvest") {
+        click("mnuHarvest");
     }
 }
 

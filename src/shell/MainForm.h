@@ -108,6 +108,8 @@ public:
     std::function<void()> requestClose;
     // Called by "Extract Web" of the File menu.
     std::function<void()> showWebWindow;
+    // Called by "Harvest Contacts..." of the File menu and the tool bar.
+    std::function<void()> showHarvestWindow;
     // Called before any message box or dialog opens, so the window can show
     // the form's present state behind it.
     std::function<void()> beforeDialog;

@@ -15,16 +15,22 @@
 #include <QImageReader>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalSpy>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTimer>
 #include <functional>
 #include <iostream>
+#include <map>
 
 #include "Dialogs.h"
 #include "Fakes.h"
+#include "HarvestForm.h"
+#include "HarvestWindow.h"
 #include "MainForm.h"
 #include "MainWindow.h"
 #include "ScriptedPrompts.h"
+#include "SettingsStore.h"
 
 namespace {
 
@@ -174,6 +180,61 @@ QImage ShotOfModal(const std::function<void()>& open) {
     return picture;
 }
 
+// The Harvest window over its form, with settings in memory, sized as a
+// first start makes it.
+class HarvestStage {
+public:
+    explicit HarvestStage(const SampleFolder& samples) : samples_(samples) {
+        window.resize(1000, 700);
+        window.show();
+        QApplication::processEvents();
+    }
+    QString sample(const QString& name) const {
+        return QString::fromStdString(samples_.path(name));
+    }
+    void click(const char* name) {
+        auto* button = window.findChild<QPushButton*>(name);
+        if (!button) {
+            throw std::runtime_error(std::string("no button ") + name);
+        }
+        button->click();
+    }
+    // Harvests the sources and waits for the end of the run.
+    void harvest() {
+        QSignalSpy finished(&form, &harvest::HarvestForm::runFinished);
+        click("harvest");
+        if (!finished.wait(60000)) {
+            throw std::runtime_error("the harvest did not end");
+        }
+        auto* table = window.findChild<QTableView*>("contacts");
+        table->resizeColumnsToContents();
+        table->selectRow(0);
+    }
+    QImage shot() {
+        QApplication::processEvents();
+        return window.grab().toImage();
+    }
+
+    class Settings : public SettingsStore {
+    public:
+        std::optional<std::string> value(const std::string& a, const std::string& s,
+                                         const std::string& k) const override {
+            auto it = values.find(a + "/" + s + "/" + k);
+            return it == values.end() ? std::nullopt : std::optional<std::string>(it->second);
+        }
+        void setValue(const std::string& a, const std::string& s, const std::string& k,
+                      const std::string& v) override {
+            values[a + "/" + s + "/" + k] = v;
+        }
+        std::map<std::string, std::string> values;
+    } settings;
+    harvest::HarvestForm form{settings};
+    harvest::HarvestWindow window{form};
+
+private:
+    const SampleFolder& samples_;
+};
+
 struct Scene {
     const char* file;
     std::function<QImage(const SampleFolder&)> shoot;
@@ -261,6 +322,44 @@ const std::vector<Scene>& Scenes() {
              return ShotOfModal([&] { dialog.ask(text); });
          }},
         // The web window's pictures join here when it lands.
+        {"harvest-before.png",
+         [](const SampleFolder& s) {
+             HarvestStage stage(s);
+             stage.form.addPaths({stage.sample("mail"), stage.sample("pages/contact.html")});
+             QString problem;
+             stage.form.addSite("https://www.example.org/", stage.form.defaultPoliteness(),
+                                problem);
+             return stage.shot();
+         }},
+        {"harvest-during.png",
+         [](const SampleFolder& s) {
+             HarvestStage stage(s);
+             stage.form.addPaths(
+                 {stage.sample("mail"), stage.sample("pages"), stage.sample("text")});
+             stage.click("harvest");
+             // Taken as the run starts, before its first contacts arrive.
+             const QImage picture = stage.window.grab().toImage();
+             QSignalSpy finished(&stage.form, &harvest::HarvestForm::runFinished);
+             finished.wait(60000);
+             return picture;
+         }},
+        {"harvest-after.png",
+         [](const SampleFolder& s) {
+             HarvestStage stage(s);
+             stage.form.addPaths(
+                 {stage.sample("mail"), stage.sample("pages"), stage.sample("text")});
+             stage.harvest();
+             return stage.shot();
+         }},
+        {"harvest-summary.png",
+         [](const SampleFolder& s) {
+             HarvestStage stage(s);
+             stage.form.addPaths(
+                 {stage.sample("mail"), stage.sample("pages"), stage.sample("text")});
+             stage.harvest();
+             stage.window.findChild<QTabWidget*>("tabs")->setCurrentIndex(1);
+             return stage.shot();
+         }},
     };
     return scenes;
 }

@@ -29,6 +29,7 @@ const std::vector<MenuKeys>& MenuKeyTable() {
     static const std::vector<MenuKeys> table = {
         {"mnuFile", "&File", {}},
         {"mnuProcessWeb", "Extract &Web", {}},
+        {"mnuHarvest", "&Harvest Contacts...", {}},
         {"mnuProcess", "&Process", {}},
         {"mnuSaveResult", "&Save Result", QKeySequence::Save},
         {"mnuCancel", "&Cancel", {}},  // Escape, while a run is under way
@@ -206,6 +207,7 @@ void MainWindow::buildToolbar() {
         {"Process", QStyle::SP_MediaPlay},
         {"SaveResult", QStyle::SP_DialogSaveButton},
         {"Cancel", QStyle::SP_BrowserStop},
+        {"Harvest", QStyle::SP_FileDialogContentsView},
         {"Exit", QStyle::SP_DialogCloseButton}};
     for (const auto& [key, icon] : buttons) {
         QAction* a = bar->addAction(style()->standardIcon(icon), key);
