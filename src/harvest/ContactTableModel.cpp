@@ -47,6 +47,14 @@ int ContactTableModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }
 
+QModelIndex ContactTableModel::index(int row, int column, const QModelIndex& parent) const {
+    if (row < 0 || column < 0 || column >= ColumnCount ||
+        static_cast<std::size_t>(row) >= rows_.size() || parent.isValid()) {
+        return {};
+    }
+    return createIndex(row, column);
+}
+
 int ContactTableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : ColumnCount;
 }

@@ -106,12 +106,13 @@ void ContactTableModel::rank(Column column) const {
 }
 
 int ContactTableModel::compareRows(int left, int right, Column column) const {
-    if (column < 0 || column >= ColumnCount || left < 0 || right < 0 || left >= rowCount() ||
-        right >= rowCount()) {
+    const auto rows = static_cast<int>(rows_.size());
+    if (column < 0 || column >= ColumnCount || left < 0 || right < 0 || left >= rows ||
+        right >= rows) {
         return 0;
     }
     if (!ranked_[column] &&
-        ++unrankedCompares_[column] > 64 + rowCount() / kRowsPerCompareBeforeRanking) {
+        ++unrankedCompares_[column] > 64 + rows / kRowsPerCompareBeforeRanking) {
         rank(column);
     }
     if (ranked_[column]) {
