@@ -6,18 +6,14 @@
 #include <charconv>
 #include <chrono>
 
+#include "TextOps.h"
+
 namespace harvest {
 
 namespace {
 
 std::string_view Trimmed(std::string_view s) {
-    while (!s.empty() && (s.front() == ' ' || s.front() == '\t' || s.front() == '\r')) {
-        s.remove_prefix(1);
-    }
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) {
-        s.remove_suffix(1);
-    }
-    return s;
+    return textops::TrimBlanks(s);
 }
 
 std::string Lower(std::string_view s) {

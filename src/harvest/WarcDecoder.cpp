@@ -9,28 +9,15 @@
 
 #include "ArchiveReading.h"
 #include "Decoders.h"
+#include "TextOps.h"
 
 namespace harvest {
 namespace {
 
 constexpr size_t kMaxHead = 64 << 10;
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) {
-        s.remove_prefix(1);
-    }
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) {
-        s.remove_suffix(1);
-    }
-    return s;
-}
+using textops::EqualsNoCase;
+using textops::TrimBlanks;
 
 // The value of a header field in a block of "Name: value" lines.
 std::string headerValue(std::string_view head, std::string_view name) {
@@ -43,8 +30,8 @@ std::string headerValue(std::string_view head, std::string_view name) {
         const std::string_view line = head.substr(at, end - at);
         const size_t colon = line.find(':');
         if (colon != std::string_view::npos &&
-            equalsIgnoringCase(trimmed(line.substr(0, colon)), name)) {
-            return std::string(trimmed(line.substr(colon + 1)));
+            EqualsNoCase(TrimBlanks(line.substr(0, colon)), name)) {
+            return std::string(TrimBlanks(line.substr(colon + 1)));
         }
         at = end + 1;
     }
@@ -127,12 +114,12 @@ std::string responseBody(std::string_view record, const std::string& source,
     }
     const std::string_view head = record.substr(0, end);
     std::string body(record.substr(end));
-    if (equalsIgnoringCase(headerValue(head, "Transfer-Encoding"), "chunked")) {
+    if (EqualsNoCase(headerValue(head, "Transfer-Encoding"), "chunked")) {
         body = unchunked(body);
     }
     const std::string encoding = headerValue(head, "Content-Encoding");
-    if (equalsIgnoringCase(encoding, "gzip") || equalsIgnoringCase(encoding, "x-gzip") ||
-        equalsIgnoringCase(encoding, "deflate")) {
+    if (EqualsNoCase(encoding, "gzip") || EqualsNoCase(encoding, "x-gzip") ||
+        EqualsNoCase(encoding, "deflate")) {
         std::string plain;
         if (!inflated(body, context.limits().maxMemberBytes, plain)) {
             context.problem(source, "body does not inflate, or inflates too far; kept as it came");
@@ -234,8 +221,7 @@ void decodeWarc(const Blob& blob, DecodeContext& context) {
             context.problem(blob.origin.source, "damaged WARC: a record without a length");
             return;
         }
-        const bool wanted =
-            equalsIgnoringCase(type, "response") || equalsIgnoringCase(type, "resource");
+        const bool wanted = EqualsNoCase(type, "response") || EqualsNoCase(type, "resource");
         Origin origin;
         origin.source = uri.empty() ? blob.origin.source : QString::fromUtf8(uri).toStdString();
         if (wanted && length > maxBytes) {
@@ -260,7 +246,7 @@ void decodeWarc(const Blob& blob, DecodeContext& context) {
         if (!complete && !reading.stopped()) {
             context.problem(origin.source, "damaged WARC: the record is cut off");
         }
-        const bool response = equalsIgnoringCase(type, "response");
+        const bool response = EqualsNoCase(type, "response");
         if (response && !answeredWithPage(record)) {
             if (!complete) {
                 return;

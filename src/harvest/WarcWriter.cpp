@@ -7,6 +7,8 @@
 #include <QUuid>
 #include <algorithm>
 
+#include "TextOps.h"
+
 namespace harvest {
 namespace {
 
@@ -14,22 +16,8 @@ constexpr size_t kOutChunk = 64 << 10;
 // zlib counts input in 32-bit units: larger pieces go in slices.
 constexpr size_t kMaxSlice = 1u << 30;
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
-std::string_view trimmed(std::string_view s) {
-    while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) {
-        s.remove_prefix(1);
-    }
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) {
-        s.remove_suffix(1);
-    }
-    return s;
-}
+using textops::EqualsNoCase;
+using textops::TrimBlanks;
 
 // A field value may not break the record's head: no line breaks, no other
 // control characters.
@@ -148,12 +136,12 @@ std::string decodedResponseHead(std::string_view head, size_t bodySize) {
             out += copy;
             continue;
         }
-        const std::string_view name = trimmed(content.substr(0, colon));
-        const std::string_view value = trimmed(content.substr(colon + 1));
-        const bool coding = equalsIgnoringCase(name, "Transfer-Encoding") ||
-                            equalsIgnoringCase(name, "Content-Encoding");
+        const std::string_view name = TrimBlanks(content.substr(0, colon));
+        const std::string_view value = TrimBlanks(content.substr(colon + 1));
+        const bool coding =
+            EqualsNoCase(name, "Transfer-Encoding") || EqualsNoCase(name, "Content-Encoding");
         const bool wrongLength =
-            equalsIgnoringCase(name, "Content-Length") && value != std::to_string(bodySize);
+            EqualsNoCase(name, "Content-Length") && value != std::to_string(bodySize);
         if (coding || wrongLength) {
             out += "X-Crawler-";
         }
@@ -186,7 +174,7 @@ std::optional<std::string> WarcWriter::open() {
     if (file_.isOpen()) {
         return "the WARC file is open already";
     }
-    compressed_ = path_.size() >= 3 && equalsIgnoringCase(path_.substr(path_.size() - 3), ".gz");
+    compressed_ = path_.size() >= 3 && EqualsNoCase(path_.substr(path_.size() - 3), ".gz");
     if (compressed_) {
         deflater_ = std::make_unique<Deflater>();
         // windowBits 15 + 16: a gzip header and trailer around each member.

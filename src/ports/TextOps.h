@@ -23,4 +23,11 @@ std::string_view Trim(std::string_view text);
 std::string_view TrimLeft(std::string_view text);
 std::string_view TrimRight(std::string_view text);
 
+// Spaces, tabs, carriage returns and line feeds removed from the ends, as
+// around the value of a header field.
+std::string_view TrimBlanks(std::string_view text);
+
+// Whether the two are the same but for ASCII case.
+bool EqualsNoCase(std::string_view a, std::string_view b);
+
 }  // namespace textops
