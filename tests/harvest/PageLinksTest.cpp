@@ -211,18 +211,5 @@ TEST(PageLinks, AtMostMaxLinks) {
     EXPECT_EQ(pageLinks(html, kPage).links.size(), 10u);
 }
 
-// A big page is read in one pass: it takes a moment, whatever its links are.
-TEST(PageLinks, BigPage) {
-    std::string html;
-    while (html.size() < (4u << 20)) {
-        html += "<p>text <a href=\"/p/" + std::to_string(html.size()) +
-                "\">link</a> <a href=/same>same</a>\xE9</p>\n";
-    }
-    const PageLinks got = pageLinks(html, kPage, 50000);
-    ASSERT_EQ(got.links.size(), 50000u);
-    EXPECT_EQ(got.links[0].toEncoded(), "http://example.com/p/0");
-    EXPECT_EQ(got.links[1].toEncoded(), "http://example.com/same");
-}
-
 }  // namespace
 }  // namespace harvest

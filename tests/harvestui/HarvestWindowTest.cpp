@@ -210,54 +210,6 @@ TEST_F(Window, SourcesThatCannotBeReadAreListedAsProblems) {
     EXPECT_GE(rowShowing("ann.lee@brimwell.co.uk"), 0);  // the other sources are still read
 }
 
-TEST_F(Window, EachFormatExportsTheRows) {
-    harvestDocs();
-    const int rows = form->contacts().rowCount();
-    struct Case {
-        const char* filter;
-        const char* extension;
-        std::function<void(const QByteArray&)> check;
-    };
-    auto hasAll = [](const QByteArray& bytes) {
-        for (const QString& a : kAll) {
-            EXPECT_TRUE(bytes.contains(a.toUtf8())) << a.toStdString();
-        }
-    };
-    const Case cases[] = {
-        {"CSV (*.csv)", "csv", hasAll},
-        {"TSV (*.tsv)", "tsv", hasAll},
-        {"JSON Lines (*.jsonl)", "jsonl",
-         [&](const QByteArray& b) {
-             hasAll(b);
-             EXPECT_EQ(b.count('\n'), rows);
-         }},
-        {"Excel workbook (*.xlsx)", "xlsx",
-         [](const QByteArray& b) { EXPECT_TRUE(b.startsWith("PK")); }},
-        {"SQLite database (*.sqlite)", "sqlite",
-         [&](const QByteArray& b) {
-             EXPECT_TRUE(b.startsWith("SQLite format 3"));
-             hasAll(b);
-         }},
-        {"vCard (*.vcf)", "vcf",
-         [&](const QByteArray& b) {
-             EXPECT_EQ(b.count("BEGIN:VCARD"), rows);
-             hasAll(b);
-         }},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.filter);
-        saveTo = QString::fromStdString(dir.file("contacts-")) + c.extension;
-        filterToChoose = c.filter;
-        click("export");
-        EXPECT_TRUE(offeredFilters.contains(c.filter));
-        QFile file(saveTo + "." + c.extension);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        c.check(file.readAll());
-    }
-    EXPECT_TRUE(errors.isEmpty()) << errors.join("; ").toStdString();
-    EXPECT_FALSE(asked.contains("selectedOnly"));  // nothing was selected
-}
-
 TEST_F(Window, ExportingTheSelectionAsksAndWritesOnlyIt) {
     harvestDocs();
     ClickCell(table(), table()->model()->index(rowShowing("bob.hart@lakeside.net"), 0));
